@@ -1,0 +1,359 @@
+#pragma once
+
+#include "cel/ChannelEvent.h"
+#include "cel/ce_handle.h"
+#include "platform/export.h"
+#include "platform/foundation/CriticalSection.h"
+#include "platform/foundation/LightweightString.h"
+#include "platform/foundation/NumRange.h"
+#include "platform/primitives/ParamResizeMethod.h"
+#include "platform/support/StreamClassRegistrar.h"
+#include "platform/support/Taggable.h"
+#include "platform/support/frame_duration.h"
+#include "tracks/Editable.h"
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <span>
+#include <vector>
+
+class Cel;
+class TextFile;
+
+namespace cel {
+struct CelState;
+CEL_API CelState inspect(const Cel& track);
+} // namespace cel
+
+/// One edit track: a channel event list.
+///
+///     |in     out|in      out|in  out|
+///     |  shot A  |   black   | shot B|
+///     0                              end
+///
+/// Events lie by value in one vector in edit-time order and come in pairs: even indices are in
+/// points, odd ones their out points. A pair is a section and plays one piece of material from a
+/// strip time at a velocity. There are no gaps: empty stretches are sections of black. A level
+/// change may stand inside a section that was built event by event.
+///
+/// A track is reference counted and lives only behind a `Kt::Ptr<Cel>`: handles on it count too,
+/// so a track that no pointer holds would be deleted by its first handle. The protected destructor
+/// keeps it off the stack; wrap the result of `new` at once.
+///
+/// Times are seconds. Indices out of range, stale handles and hostile stored data never reach
+/// memory that is not the track's own. A track is used by one thread at a time; different tracks
+/// may be used by different threads.
+class CEL_API Cel : public Taggable
+{
+public:
+    using IdMap = std::map<IdStamp, IdStamp>;
+
+    /// An empty track. @param capacity    events for which room is made; negative counts as 0.
+    /// @param resolution  frame duration, see `set_resolution`.
+    /// @throws Kt::Exception::RuntimeError as `set_resolution`.
+    Cel(int capacity, double resolution);
+
+    /// A track of its own with the same events, resolution and channel information: it has a new
+    /// identity and is dirty, and it belongs to no store. One pass over the events.
+    Cel(const Cel& other);
+
+    /// Takes over what the copy constructor copies. The identity changes too, so that handles made
+    /// before fail. Assigning a track to itself does nothing.
+    Cel& operator=(const Cel& other);
+
+    /// Identity of the track. Grows with every track made, loaded, assigned or cleared.
+    unsigned getID() const { return id_; }
+
+    /// Frame duration in seconds.
+    double get_resolution() const { return resolution_; }
+
+    /// @throws Kt::Exception::RuntimeError "Cel::set_resolution: too small" unless it is finite and
+    /// at least 2e-6.
+    void set_resolution(double seconds);
+
+    /// 1 after any change that was not saved yet.
+    int is_dirty() const { return dirty_; }
+    void make_clean() { dirty_ = 0; }
+    /// The counterpart of `make_clean`: what was taken for saved is not.
+    void make_dirty() { dirty_ = 1; }
+
+    /// Number of events in the list, black ones included.
+    int numEvents() const { return static_cast<int>(events_.size()); }
+
+    /// All events in order, for reading; valid until the track changes.
+    std::span<const ChannelEvent> events() const { return events_; }
+
+    /// Event `index`, or null when there is none; dies at any change of the track's length.
+    ChannelEvent* getChanEventPtr(int index);
+    const ChannelEvent* getChanEventPtr(int index) const;
+
+    /// A copy of event `index`.
+    /// @throws Kt::Exception::RuntimeError "Cel::get_event: index out of range".
+    ChannelEvent get_event(int index) const;
+
+    /// Edit time of the first and of the last event; 1e12 and -1e12 for an empty track.
+    double get_start_time() const;
+    double get_end_time() const;
+
+    /// Start and end, of all events or of those that are not black; `Editable::invalidRange()` when
+    /// there are none. The flag has no meaning here. O(1), or O(black at the ends).
+    NumRange<double, Ordered> getExtents(Editable::ExtentType type, bool flag) const;
+
+    /// Edit time of the first (last) event that is not black; 1e12 (-1e12) when there is none.
+    double get_significant_start_time() const;
+    double get_significant_end_time() const;
+
+    // ---- admitting events ------------------------------------------------------------------
+
+    /// Appends an event and checks it. An in point opens a section; its out point closes it and
+    /// lays every event of the section on one line of strip time and velocity:
+    /// strip = in.strip + velocity x (edit - in.edit).
+    /// @return 1; or 0 for an event that the track refuses. The reason is logged with
+    /// "Cel::addEvent() : ..." and the refused event stays in the list, uncounted.
+    /// Amortised O(1); an out point rewrites its own section.
+    int addEvent(const ChannelEvent& event);
+
+    /// Puts a section of `duration` seconds in front of event `index` and moves what follows later
+    /// by its length. It starts where the event before ends, at 0 in front of a track, and at
+    /// `editStart` (unless negative) in an empty one.
+    /// @return its in point; unbound when `index` is odd, negative or past the end, or a number is
+    /// not finite. A pair that the track refuses at its end stays in the list, as `addEvent` says.
+    /// O(events from `index` on).
+    ce_handle insertEventPair(int index, const Cookie& material, double stripStart, double duration,
+                              double editStart);
+
+    /// The same at the end of the track.
+    ce_handle appendEventPair(const Cookie& material, double stripStart, double duration,
+                              double editStart);
+
+    /// Takes `pairs` pairs of events out, from an even index on; fewer when the track ends before.
+    /// With `shuffle` the later events move up by the length of what was taken out.
+    /// @return the number of pairs taken out; 0 for an odd index or one out of range.
+    /// One pass over the events from `index` on; the objects of the sections are destroyed last.
+    int removeEventPairs(int index, int pairs, bool shuffle);
+    int removeEventPair(int index, bool shuffle) { return removeEventPairs(index, 1, shuffle); }
+
+    /// Takes all events out. The track gets a new identity and keeps its resolution and channel
+    /// information.
+    virtual void clear();
+
+    // ---- handles and search ----------------------------------------------------------------
+
+    /// 1 when the handle names an event of this very track.
+    int check_ceh(const ce_handle& h) const;
+
+    /// The first and the last event; unbound for an empty track.
+    ce_handle get_start_ceh() const;
+    ce_handle get_end_ceh() const;
+
+    /// The next (previous) event of a kind in the filter; the first position past the end when
+    /// there is none. @throws Kt::Exception::RuntimeError "Cel::get_next_ceh: invalid ce_handle".
+    ce_handle get_next_ceh(const ce_handle& h, ce_info filter) const;
+    ce_handle get_prev_ceh(const ce_handle& h, ce_info filter) const;
+
+    /// The last event that is not after `t` (within 1e-6 s) and of a kind in the filter. Its index
+    /// is -1 when `t` lies before the first or after the last event. O(log n).
+    ce_handle find_ceh(double t, ce_info filter) const;
+
+    /// The same search beginning at the event that `h` names; moves `h` to the result. The seed
+    /// never changes the answer, only the cost: O(log distance).
+    void find_ceh_seeded(ce_handle& h, double t, ce_info filter) const;
+
+    // ---- one event through its handle ------------------------------------------------------
+    // Each throws Kt::Exception::RuntimeError "Cel::NAME: invalid ce_handle" for a handle that
+    // `check_ceh` rejects. Setters change the one event they name.
+
+    ce_info get_ce_info(const ce_handle& h) const;
+    double get_edit_time(const ce_handle& h) const;
+    /// @param moveStrip  whether the strip time follows by velocity x difference.
+    void set_edit_time(const ce_handle& h, double t, bool moveStrip = false);
+
+    /// Strip time at the edit time `t` on the line that the event begins; the event's own for
+    /// `t` = 2e81 or its own time; 2e81 when its section does not hold `t`.
+    double get_strip_time(const ce_handle& h, double t) const;
+    void set_strip_time(const ce_handle& h, double t);
+
+    /// Slips the section: its in point plays from strip time `t`, its other events follow on the
+    /// line of the in point's velocity.
+    void set_start_strip_time(const ce_handle& h, double t);
+
+    Cookie get_strip_cookie(const ce_handle& h) const;
+    void set_strip_cookie(const ce_handle& h, const Cookie& material);
+    CookieType get_cookie_type(const ce_handle& h) const;
+
+    /// Level at the edit time `t`, on the straight line from the section's in point to its out
+    /// point; the event's own level for `t` = 2e81 or its own time; 0 outside its section.
+    float get_strip_level(const ce_handle& h, double t) const;
+    void set_strip_level(const ce_handle& h, float level);
+    float get_strip_velocity(const ce_handle& h) const;
+    void set_strip_velocity(const ce_handle& h, float velocity);
+
+    /// Varispeed display modifier, 0 to 15.
+    int get_dmod_code(const ce_handle& h) const;
+    void set_dmod_code(const ce_handle& h, int modifier);
+
+    unsigned audioRamp_DurationQFrames(const ce_handle& h) const;
+    void set_audioRamp_DurationQFrames(const ce_handle& h, unsigned quarterFrames);
+    Aud::GainCurve::eCurveType audioRamp_CurveType(const ce_handle& h) const;
+    void set_audioRamp_CurveType(const ce_handle& h, int curve);
+
+    // ---- queries by time -------------------------------------------------------------------
+
+    /// Whether `t` lies on the track, its end included or not; 0 for an empty one.
+    int time_in_range(double t) const;
+    int time_in_range_exclusive(double t) const;
+
+    /// Whether the section of the event holds `t`. Both apply the same test.
+    int isActive(const ce_handle& h, double t) const;
+    int isActiveInclusive(const ce_handle& h, double t) const;
+
+    /// Whether the event lies at `t` (closer than 1e-6 s).
+    int on_time(const ce_handle& h, double t) const;
+
+    // ---- checks ----------------------------------------------------------------------------
+
+    /// Whether a section of no length plays anything but black; the first one is logged. O(n).
+    bool checkForZeroUtrs() const;
+
+    enum VerifyRC : int { kVerified = 0 };
+    /// Kept for callers of old: checks nothing. `cel::audit` does.
+    VerifyRC verify() const { return kVerified; }
+
+    /// Logs a text together with the stack of the caller.
+    static void reportError(const char* text);
+
+    // ---- the edit channel that the track belongs to ----------------------------------------
+
+    void editChannelInfo(const LightweightString<char>& name, const IdStamp& id,
+                         const LightweightString<char>& subType,
+                         const LightweightString<char>& materialInfo);
+    IdStamp editChannelId() const { return editChannelId_; }
+    /// Kept: does nothing. A channel's identity changes only together with the rest.
+    void editChannelId(const IdStamp&) {}
+    LightweightString<char> editChannelName() const { return editChannelName_; }
+    void editChannelName(const LightweightString<char>& name);
+    LightweightString<char> editChannelSubType() const { return editChannelSubType_; }
+    void editChannelSubType(const LightweightString<char>& subType);
+    LightweightString<char> editChannelMaterialInfo() const { return editChannelMaterialInfo_; }
+    /// Kept: sets the sub type, as it always did; callers depend on it.
+    void editChannelMaterialInfo(const LightweightString<char>& text);
+    void editChannelClearCached();
+
+    // ---- text edit list --------------------------------------------------------------------
+
+    /// Appends the track as text lines in the frame units of a television standard. The track
+    /// does not change. The velocity keeps 4 significant digits, levels 4 decimals, times 1e-6.
+    void writeToED2(TextFile& file, Kt::Ed2Support::TVStd standard) const;
+
+    /// Appends the sections of the block that starts at line `first` and takes over its frame
+    /// duration. Gaps of the block are not kept, and a speed is set on the in points alone.
+    /// @return false when the block's first two lines are not recognised (the track is unchanged);
+    /// otherwise whether the track holds an even number of events.
+    bool buildFrom(TextFile& file, unsigned short first);
+
+    // ---- streams ---------------------------------------------------------------------------
+
+    /// What the next save writes for the events: 3, flat records of 64 bytes an event, or 4, pair
+    /// records of 96 bytes a section, for material whose references have version 1.
+    unsigned char getChannelEventPackRevision() const;
+
+    Kt::Ptr<Streamable> clone(BuilderType) const override;
+    void assign(const Streamable* other) override;
+    LightweightString<char> hierarchyName(bool shortForm, bool withBase) const override;
+    LightweightString<char> subHierarchyName(bool shortForm, bool withBase) const;
+    void STRM_hierarchyPack(PStream& stream) const override;
+    void STRM_hierarchyUnpack(PStream& stream) override;
+    static LightweightString<char> shortLayerName();
+    static LightweightString<char> layerName();
+    static void STRM_layerPack(const Cel* cel, PStream& stream, PackStack* stack);
+    static void STRM_layerUnpack(Cel* cel, PStream& stream);
+
+    /// An empty track for a reader to unpack into; its resolution is 1 s until then.
+    static Kt::Ptr<Streamable> STRM_L_Cel_builder(PStream& stream);
+
+    // ---- what kinds of tracks decide differently --------------------------------------------
+
+    /// The black that fills this track: for sound if the track's first event is, else for picture.
+    virtual Cookie getBlackCookie() const;
+
+    /// Whether the track can hold material of a type.
+    virtual bool canReferTo(CookieType type) const;
+
+protected:
+    explicit Cel(BuilderType);
+    Cel(BuilderType, const Cel& other);
+    ~Cel() override;
+
+    /// Whether the cut at out point `index` plays on seamlessly. Reads events `index` - 1 to
+    /// `index` + 2; false when they are not all there.
+    virtual bool isMatchFrameCut(int index) const;
+
+    /// Gives a copied section its own effect object. The event that is being built receives the
+    /// identifier of the copy: the one that the map assigns, a fresh one for a temporary effect or
+    /// an object of this track's store, otherwise it keeps its own.
+    /// @param h      the section that is copied, on its own track.
+    /// @param share  the part of its duration that the copy keeps; not 1 resizes the object.
+    virtual void copySegmentObject(const ce_handle& h, ChannelEvent& event, const IdMap& idMap,
+                                   double share, ParamResizeMethod method);
+
+    /// A section went away: destroys its effect object, if the track's store has it. Called after
+    /// the track is whole again; must not throw.
+    virtual void destroySegmentObject(const IdStamp& id);
+
+    /// A section keeps `share` of its former duration: its effect object follows.
+    virtual void resizeSegmentObject(const IdStamp& id, double share, ParamResizeMethod method);
+
+private:
+    friend cel::CelState cel::inspect(const Cel& track);
+
+    void init(unsigned capacity, double resolution);
+    void copyFrom(const Cel& other);
+    static std::uint32_t nextIdentity();
+
+    void adjustEventCounts(const ChannelEvent& event, bool add);
+    bool admitInPoint(std::size_t index);
+    bool admitOutPoint(std::size_t index);
+    void layPendingSection(std::size_t last, float velocity);
+    void shiftPendingIndex(int from, int by);
+
+    ce_handle handleAt(std::int64_t index) const;
+    const ChannelEvent& eventOf(const ce_handle& h, const char* message) const;
+    ChannelEvent& changeEventOf(const ce_handle& h, const char* message);
+    bool sectionHolds(const ce_handle& h, double t) const;
+
+    bool checkEventOrder() const;
+    void fixOutOfOrderEvents();
+
+    void pack(PStream& stream) const;
+    void packEditChannelInformation(PStream& stream) const;
+    void packSingleEvents(PStream& stream) const;
+    void packEventsV3(PStream& stream) const;
+    void packEventsV4(PStream& stream) const;
+    void unpack(PStream& stream);
+    void unpackEditChannelInformation(PStream& stream);
+    void unpackSingleEvents(PStream& stream, std::int32_t count);
+    void unpackEventBlock(PStream& stream, unsigned version, std::int32_t count);
+    template <class Record>
+    void unpackLegacyEvents(PStream& stream, std::int32_t count);
+    void unpackEventsV4(PStream& stream, std::int32_t count);
+    void patchUp(PStream& stream);
+
+    /// The next identity to hand out; tracks are made on several threads.
+    static std::atomic<std::uint32_t> nextCelID_;
+    static StreamClassRegistrar STRM_L_Cel_registrar_;
+
+    std::vector<ChannelEvent> events_;
+    std::int32_t eventCount_ = 0;      ///< events that count as material
+    std::int32_t blackEventCount_ = 0; ///< events whose Cookie is black
+    double resolution_ = 1.0;
+    std::int32_t pendingInIndex_ = -1; ///< in point whose out point has not come yet
+    mutable std::int32_t dirty_ = 1;
+    std::uint32_t id_ = 0;
+    CriticalSection lock_; ///< for the editor's use; no operation here takes it
+    IdStamp editChannelId_{0, 0, 0};
+    LightweightString<char> editChannelName_;
+    LightweightString<char> editChannelSubType_;
+    LightweightString<char> editChannelMaterialInfo_;
+    mutable std::int32_t packRevision_ = 0; ///< revision of the layer last written or being read
+};

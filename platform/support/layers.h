@@ -1,0 +1,50 @@
+#pragma once
+
+#include "platform/export.h"
+#include "platform/support/PStream.h"
+
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <span>
+#include <string_view>
+
+/// Framing of the layers in an object stream: name, revision byte, 64-bit length, the bytes, and a
+/// CRC-32C over all of that.
+
+namespace cel {
+
+/// The frame of one layer in a stream that is being read.
+struct LayerFrame
+{
+    LightweightString<char> name;
+    unsigned char revision = 0;
+    std::size_t frameOffset = 0; ///< where the frame begins in the file
+    std::size_t bodyOffset = 0;  ///< where the body begins
+    std::size_t bodyBytes = 0;   ///< never more than the file holds
+    bool checksumMatches = false;
+};
+
+/// CRC-32C (Castagnoli) of `bytes`, continuing from an earlier result; 0 starts. One pass, with
+/// the processor's own instruction where it has one.
+CEL_PLATFORM_API std::uint32_t crc32c(std::span<const std::byte> bytes, std::uint32_t start = 0);
+
+/// Writes a layer: `body` writes its bytes and answers with their revision.
+CEL_PLATFORM_API void writeLayer(PStream& stream, std::string_view name,
+                                 const std::function<unsigned char(PStream&)>& body);
+
+/// Looks at the frame that comes next without moving. A frame that the rest of the file cannot
+/// hold is none.
+CEL_PLATFORM_API std::optional<LayerFrame> peekLayer(PStream& stream);
+
+/// Reads the layer that comes next: `body` sees the stream limited to the layer's bytes, and
+/// afterwards the stream stands behind the layer, however much `body` read.
+/// @return false, with a note in the stream's error text, when the next thing is no whole layer of
+/// that name; the stream does not move then.
+CEL_PLATFORM_API bool readLayer(PStream& stream, std::string_view name,
+                                const std::function<void(const LayerFrame&)>& body);
+
+/// Moves behind a layer that nobody wants to read.
+CEL_PLATFORM_API void skipLayer(PStream& stream, const LayerFrame& frame);
+
+} // namespace cel
