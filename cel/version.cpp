@@ -1,0 +1,6 @@
+#include "cel/version.h"
+
+const char* celDllVersionStr() noexcept
+{
+    return CEL_VERSION;
+}
