@@ -1,0 +1,42 @@
+#pragma once
+
+#include "cel/Cel.h"
+#include "interchange/MaterialTable.h"
+#include "interchange/timecode.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace cel {
+
+/// A whole cut: its tracks, what their material is called, its frame rate and where its timecode
+/// starts. Positions on the tracks count from 0; the start timecode is added when they are shown.
+///
+/// A track's name (V1, A1, ...) is its channel name, its kind ("picture", "sound") the channel's
+/// sub type.
+struct Cut
+{
+    std::string title;
+    FrameRate rate;
+    std::int64_t startFrame = 0;
+    MaterialTable materials;
+    std::vector<Kt::Ptr<Cel>> tracks;
+
+    /// The track of that name; null when there is none.
+    Kt::Ptr<Cel> track(std::string_view name) const;
+
+    /// Adds an empty track of the cut's frame duration, named after its kind and place: V1, V2, A1.
+    Kt::Ptr<Cel> addTrack(CookieType kind);
+
+    /// Timecode of a position in seconds, the cut's start included.
+    std::string timecodeAt(double seconds) const;
+
+    /// Seconds from the start to the end of the longest track; 0 for a cut without sections.
+    double duration() const;
+};
+
+/// Kind of a track, read from its sub type, else from its first event.
+CookieType kindOf(const Cel& track);
+
+} // namespace cel
