@@ -1,4 +1,5 @@
-# cmake -DBUILD=<our build> -DSOURCE=<this folder> -DWORK=<scratch> -DCOMPILER=<c++> -P run.cmake
+# cmake -DBUILD=<our build> -DSOURCE=<this folder> -DWORK=<scratch> -DGENERATOR=<as ours>
+#       -DCOMPILER=<c++> -DCMAKE_CTEST_COMMAND=<ctest> -P run.cmake
 #
 # Installs the library into a scratch folder, then builds and runs the outside project against it.
 
@@ -14,7 +15,7 @@ run("${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${WORK}/prefix")
 if(EXISTS "${WORK}/prefix/include/cel/cel/detail")
     message(FATAL_ERROR "cel/detail was installed")
 endif()
-run("${CMAKE_COMMAND}" -S "${SOURCE}" -B "${WORK}/build" "-DCMAKE_PREFIX_PATH=${WORK}/prefix"
+run("${CMAKE_COMMAND}" -S "${SOURCE}" -B "${WORK}/build" -G "${GENERATOR}" "-DCMAKE_PREFIX_PATH=${WORK}/prefix"
     "-DCMAKE_CXX_COMPILER=${COMPILER}")
 run("${CMAKE_COMMAND}" --build "${WORK}/build")
 run("${CMAKE_CTEST_COMMAND}" --test-dir "${WORK}/build" --output-on-failure --no-tests=error)
