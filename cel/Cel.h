@@ -24,6 +24,7 @@ class TextFile;
 namespace cel {
 struct CelState;
 CEL_API CelState inspect(const Cel& track);
+CEL_API bool sectionsMeet(const Cel& track);
 } // namespace cel
 
 /// One edit track: a channel event list.
@@ -117,9 +118,9 @@ public:
     /// Puts a section of `duration` seconds in front of event `index` and moves what follows later
     /// by its length. It starts where the event before ends, at 0 in front of a track, and at
     /// `editStart` (unless negative) in an empty one.
-    /// @return its in point; unbound when `index` is odd, negative or past the end, or a number is
-    /// not finite. A pair that the track refuses at its end stays in the list, as `addEvent` says.
-    /// O(events from `index` on).
+    /// @return its in point; unbound when `index` is odd, negative or past the end, or the strip
+    /// time or the duration is not finite. A pair that the track refuses at its end stays in the
+    /// list, as `addEvent` says. O(events from `index` on).
     ce_handle insertEventPair(int index, const Cookie& material, double stripStart, double duration,
                               double editStart);
 
@@ -266,8 +267,8 @@ public:
     void STRM_hierarchyUnpack(PStream& stream) override;
     static LightweightString<char> shortLayerName();
     static LightweightString<char> layerName();
-    static void STRM_layerPack(const Cel* cel, PStream& stream, PackStack* stack);
-    static void STRM_layerUnpack(Cel* cel, PStream& stream);
+    static void STRM_layerPack(const Cel* track, PStream& stream, PackStack* stack);
+    static void STRM_layerUnpack(Cel* track, PStream& stream);
 
     /// An empty track for a reader to unpack into; its resolution is 1 s until then.
     static Kt::Ptr<Streamable> STRM_L_Cel_builder(PStream& stream);
@@ -306,7 +307,20 @@ protected:
 
 private:
     friend cel::CelState cel::inspect(const Cel& track);
+    friend bool cel::sectionsMeet(const Cel& track);
 
+    friend class ce_handle;
+
+    struct NoTrack
+    {
+    };
+    explicit Cel(NoTrack);
+
+    /// The track of handles that have none: always empty, so that every accessor refuses them with
+    /// its own text.
+    static Cel& noTrack();
+
+    static bool acceptsResolution(double seconds);
     void init(unsigned capacity, double resolution);
     void copyFrom(const Cel& other);
     static std::uint32_t nextIdentity();
@@ -314,13 +328,11 @@ private:
     void adjustEventCounts(const ChannelEvent& event, bool add);
     bool admitInPoint(std::size_t index);
     bool admitOutPoint(std::size_t index);
-    void layPendingSection(std::size_t last, float velocity);
-    void shiftPendingIndex(int from, int by);
+    void closePendingSection(std::size_t outIndex, float velocity);
 
     ce_handle handleAt(std::int64_t index) const;
     const ChannelEvent& eventOf(const ce_handle& h, const char* message) const;
     ChannelEvent& changeEventOf(const ce_handle& h, const char* message);
-    bool sectionHolds(const ce_handle& h, double t) const;
 
     bool checkEventOrder() const;
     void fixOutOfOrderEvents();

@@ -155,9 +155,9 @@ private:
 
     void requireSameIdentity(const char* message) const;
     void requireLikeHandles(const ce_handle& other, const char* message) const;
-    void requireValid(const char* message) const;
-    const Cel& celForAccess(const char* message) const;
-    Cel& celForAccess(const char* message);
+    ChannelEvent& event(const char* message) const;
+    Cel& track() const;
+    void step(ce_info filter, int by);
     ce_handle at(std::int64_t index) const;
 
     Kt::Ptr<Cel> its_cel_;

@@ -20,6 +20,9 @@ struct CelState
 /// For tools and tests. O(1).
 CEL_API CelState inspect(const Cel& track);
 
+/// Whether every section runs forward and none begins later than the one before it ends. O(n).
+CEL_API bool sectionsMeet(const Cel& track);
+
 /// Whether a loaded track's events are put in order. Read once, when the library is loaded, from
 /// the setting "fix_out_of_order_events" (1 unless configured); this changes it afterwards.
 /// @return what it was.

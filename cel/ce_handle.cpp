@@ -1,0 +1,505 @@
+#include "cel/ce_handle.h"
+
+#include "cel/Cel.h"
+#include "cel/detail/event_array.h"
+#include "cel/detail/faults.h"
+
+#include <algorithm>
+#include <limits>
+
+using cel::detail::fail;
+using cel::detail::kHandleModule;
+
+namespace {
+
+int saturated(std::int64_t index)
+{
+    using Limits = std::numeric_limits<std::int32_t>;
+    return static_cast<int>(std::clamp<std::int64_t>(index, Limits::min(), Limits::max()));
+}
+
+} // namespace
+
+ce_handle::ce_handle() = default;
+ce_handle::ce_handle(const ce_handle&) = default;
+ce_handle::ce_handle(ce_handle&&) noexcept = default;
+ce_handle& ce_handle::operator=(const ce_handle&) = default;
+ce_handle& ce_handle::operator=(ce_handle&&) noexcept = default;
+ce_handle::~ce_handle() = default;
+
+ce_handle::ce_handle(const Kt::Ptr<Cel>& cel, int index)
+    : index_(index)
+{
+    set_its_cel(cel);
+}
+
+void ce_handle::set_its_cel(const Kt::Ptr<Cel>& cel)
+{
+    its_cel_ = cel;
+    its_cel_id_ = cel ? cel->getID() : 0;
+}
+
+int ce_handle::valid() const
+{
+    return index_ >= 0 && its_cel_ && its_cel_->getID() == its_cel_id_ &&
+           index_ < its_cel_->numEvents();
+}
+
+void ce_handle::requireSameIdentity(const char* message) const
+{
+    if (!its_cel_ || its_cel_->getID() != its_cel_id_)
+        fail(message, kHandleModule, __LINE__);
+}
+
+void ce_handle::requireLikeHandles(const ce_handle& other, const char* message) const
+{
+    if (its_cel_id_ != other.its_cel_id_)
+        fail(message, kHandleModule, __LINE__);
+}
+
+ChannelEvent& ce_handle::event(const char* message) const
+{
+    if (!valid())
+        fail(message, kHandleModule, __LINE__);
+    return *its_cel_->getChanEventPtr(index_);
+}
+
+Cel& ce_handle::track() const
+{
+    return its_cel_ ? *its_cel_ : Cel::noTrack();
+}
+
+ce_handle ce_handle::at(std::int64_t index) const
+{
+    ce_handle moved = *this;
+    moved.index_ = saturated(index);
+    return moved;
+}
+
+// ---- movement ---------------------------------------------------------------------------------
+
+ce_handle ce_handle::operator++()
+{
+    requireSameIdentity("ce_handle::operator++: wrong cel id");
+    index_ = saturated(std::int64_t(index_) + 1);
+    return *this;
+}
+
+ce_handle ce_handle::operator--()
+{
+    requireSameIdentity("ce_handle::operator--: wrong cel id");
+    index_ = saturated(std::int64_t(index_) - 1);
+    return *this;
+}
+
+ce_handle ce_handle::operator+(int n) const
+{
+    requireSameIdentity("ce_handle::operator+: wrong cel id");
+    return at(std::int64_t(index_) + n);
+}
+
+ce_handle ce_handle::operator-(int n) const
+{
+    requireSameIdentity("ce_handle::operator-: wrong cel id");
+    return at(std::int64_t(index_) - n);
+}
+
+void ce_handle::increment(ce_info filter)
+{
+    requireSameIdentity("ce_handle::increment: wrong cel id");
+    step(filter, +1);
+}
+
+void ce_handle::decrement(ce_info filter)
+{
+    // Kept: says operator--, as it always did.
+    requireSameIdentity("ce_handle::operator--: wrong cel id");
+    step(filter, -1);
+}
+
+void ce_handle::step(ce_info filter, int by)
+{
+    const std::span events = std::as_const(*its_cel_).events();
+    const auto count = static_cast<std::int64_t>(events.size());
+    std::int64_t index = std::int64_t(index_) + by;
+    if (filter != any_event)
+        while (index >= 0 && index < count &&
+               (events[static_cast<std::size_t>(index)].info() & filter) == 0)
+            index += by;
+    index_ = saturated(index);
+}
+
+ce_handle ce_handle::next() const
+{
+    requireSameIdentity("ce_handle::next: wrong cel id");
+    return at(std::int64_t(index_) + 1);
+}
+
+ce_handle ce_handle::prev() const
+{
+    requireSameIdentity("ce_handle::prev: wrong cel id");
+    return at(std::int64_t(index_) - 1);
+}
+
+ce_handle ce_handle::get_start_ceh() const
+{
+    requireSameIdentity("ce_handle::get_start_ceh: wrong cel id");
+    return its_cel_->get_start_ceh();
+}
+
+ce_handle ce_handle::get_end_ceh() const
+{
+    requireSameIdentity("ce_handle::get_end_ceh: wrong cel id");
+    return its_cel_->get_end_ceh();
+}
+
+bool ce_handle::is_in_point() const
+{
+    requireSameIdentity("ce_handle::is_in_point: wrong cel id");
+    return get_ce_info() == in_point;
+}
+
+bool ce_handle::is_out_point() const
+{
+    requireSameIdentity("ce_handle::is_out_point: wrong cel id");
+    return get_ce_info() == out_point;
+}
+
+bool ce_handle::is_level_change() const
+{
+    requireSameIdentity("ce_handle::is_level_change: wrong cel id");
+    return get_ce_info() == level_change;
+}
+
+ce_handle ce_handle::matching_in_ceh() const
+{
+    requireSameIdentity("ce_handle::matching_in_ceh: wrong cel id");
+    return valid() ? at(cel::detail::matchingIn(its_cel_->events(), index_)) : *this;
+}
+
+ce_handle ce_handle::matching_out_ceh() const
+{
+    requireSameIdentity("ce_handle::matching_out_ceh: wrong cel id");
+    return valid() ? at(cel::detail::matchingOut(its_cel_->events(), index_)) : *this;
+}
+
+// ---- comparison -------------------------------------------------------------------------------
+
+bool ce_handle::operator<(const ce_handle& other) const
+{
+    requireLikeHandles(other, "ce_handle::operator<: have to compare like ce_handles");
+    return index_ < other.index_;
+}
+
+bool ce_handle::operator<=(const ce_handle& other) const
+{
+    return *this < other || *this == other;
+}
+
+bool ce_handle::operator>(const ce_handle& other) const
+{
+    requireLikeHandles(other, "ce_handle::operator>: have to compare like ce_handles");
+    return index_ > other.index_;
+}
+
+bool ce_handle::operator>=(const ce_handle& other) const
+{
+    requireLikeHandles(other, "ce_handle::operator>=: have to compare like ce_handles");
+    return index_ > other.index_ || *this == other;
+}
+
+int ce_handle::operator-(const ce_handle& other) const
+{
+    requireLikeHandles(other, "ce_handle::operator-: have to compare like ce_handles");
+    return saturated(std::int64_t(index_) - other.index_);
+}
+
+bool ce_handle::operator==(const ce_handle& other) const
+{
+    return its_cel_id_ == other.its_cel_id_ && index_ == other.index_ && its_cel_ == other.its_cel_;
+}
+
+// ---- the track's accessors --------------------------------------------------------------------
+
+double ce_handle::get_edit_time() const
+{
+    return track().get_edit_time(*this);
+}
+
+void ce_handle::set_edit_time(double t, bool moveStrip)
+{
+    track().set_edit_time(*this, t, moveStrip);
+}
+
+double ce_handle::get_strip_time(double t) const
+{
+    return track().get_strip_time(*this, t);
+}
+
+void ce_handle::set_strip_time(double t)
+{
+    track().set_strip_time(*this, t);
+}
+
+void ce_handle::set_start_strip_time(double t)
+{
+    track().set_start_strip_time(*this, t);
+}
+
+Cookie ce_handle::get_strip_cookie() const
+{
+    return track().get_strip_cookie(*this);
+}
+
+void ce_handle::set_strip_cookie(const Cookie& material)
+{
+    track().set_strip_cookie(*this, material);
+}
+
+CookieType ce_handle::get_cookie_type() const
+{
+    return track().get_cookie_type(*this);
+}
+
+float ce_handle::get_strip_level(double t) const
+{
+    return track().get_strip_level(*this, t);
+}
+
+void ce_handle::set_strip_level(float level)
+{
+    track().set_strip_level(*this, level);
+}
+
+float ce_handle::get_strip_velocity() const
+{
+    return track().get_strip_velocity(*this);
+}
+
+void ce_handle::set_strip_velocity(float velocity)
+{
+    track().set_strip_velocity(*this, velocity);
+}
+
+int ce_handle::get_dmod_code() const
+{
+    return track().get_dmod_code(*this);
+}
+
+void ce_handle::set_dmod_code(int modifier)
+{
+    track().set_dmod_code(*this, modifier);
+}
+
+unsigned ce_handle::audioRamp_DurationQFrames() const
+{
+    return track().audioRamp_DurationQFrames(*this);
+}
+
+void ce_handle::set_audioRamp_DurationQFrames(unsigned quarterFrames)
+{
+    track().set_audioRamp_DurationQFrames(*this, quarterFrames);
+}
+
+Aud::GainCurve::eCurveType ce_handle::audioRamp_CurveType() const
+{
+    return track().audioRamp_CurveType(*this);
+}
+
+void ce_handle::set_audioRamp_CurveType(int curve)
+{
+    track().set_audioRamp_CurveType(*this, curve);
+}
+
+ce_info ce_handle::get_ce_info() const
+{
+    return track().get_ce_info(*this);
+}
+
+int ce_handle::on_time(double t) const
+{
+    return track().on_time(*this, t);
+}
+
+int ce_handle::time_in_range(double t) const
+{
+    return track().time_in_range(t);
+}
+
+int ce_handle::time_in_range_exclusive(double t) const
+{
+    return track().time_in_range_exclusive(t);
+}
+
+ce_handle ce_handle::get_next_ceh(ce_info filter) const
+{
+    return track().get_next_ceh(*this, filter);
+}
+
+ce_handle ce_handle::get_prev_ceh(ce_info filter) const
+{
+    return track().get_prev_ceh(*this, filter);
+}
+
+void ce_handle::find_ceh(ce_handle& found, double t, ce_info filter) const
+{
+    found = *this;
+    if (its_cel_)
+        its_cel_->find_ceh_seeded(found, t, filter);
+    else
+        found.invalidate();
+}
+
+// ---- the event itself -------------------------------------------------------------------------
+
+ChannelEvent* ce_handle::get_chan_evnt_ptr()
+{
+    return valid() ? its_cel_->getChanEventPtr(index_) : nullptr;
+}
+
+const ChannelEvent* ce_handle::get_chan_evnt_ptr() const
+{
+    return valid() ? its_cel_->getChanEventPtr(index_) : nullptr;
+}
+
+ChannelEvent ce_handle::get_channel_event() const
+{
+    return event("ce_handle::get_channel_event: invalid ce_handle");
+}
+
+trim_type ce_handle::get_trim_type() const
+{
+    return event("ce_handle::get_trim_type: invalid ce_handle").get_trim_type();
+}
+
+bool ce_handle::isActive() const
+{
+    return event("ce_handle::isActive: invalid ce_handle").isActive();
+}
+
+void ce_handle::setActive(bool active)
+{
+    event("ce_handle::setActive: invalid ce_handle").setActive(active);
+    its_cel_->make_dirty();
+}
+
+IdStamp ce_handle::getEffectGraph() const
+{
+    return event("ce_handle::getEffectGraph: invalid ce_handle").editGraph();
+}
+
+void ce_handle::setEffectGraph(const IdStamp& id)
+{
+    event("ce_handle::setEffectGraph: invalid ce_handle").editGraph(id);
+    its_cel_->make_dirty();
+}
+
+bool ce_handle::is_effect() const
+{
+    return event("ce_handle::is_effect: invalid ce_handle").strip_name().isEffect();
+}
+
+// ---- trim selection ---------------------------------------------------------------------------
+
+void ce_handle::select_trim(trim_type trim)
+{
+    ChannelEvent& selected = event("ce_handle::select_trim: invalid ce_handle");
+    if (selected.get_trim_type() == trim)
+        return;
+    selected.set_trim(trim);
+    its_cel_->make_dirty();
+}
+
+void ce_handle::deselect_all_trims()
+{
+    requireSameIdentity("ce_handle::get_start_ceh: wrong cel id");
+    bool changed = false;
+    for (int i = 0; i < its_cel_->numEvents(); ++i) {
+        ChannelEvent& selected = *its_cel_->getChanEventPtr(i);
+        changed |= selected.get_trim_type() != trim_none;
+        selected.set_trim(trim_none);
+    }
+    if (changed)
+        its_cel_->make_dirty();
+}
+
+ce_handle ce_handle::find_next_trim() const
+{
+    ce_handle h = next();
+    while (h.valid() && h.get_trim_type() == trim_none)
+        ++h.index_;
+    return h;
+}
+
+ce_handle ce_handle::find_next_trim_mark() const
+{
+    ce_handle h = next();
+    while (h.valid() && h.get_trim_mark() != 1)
+        ++h.index_;
+    return h;
+}
+
+int ce_handle::get_trim_mark() const
+{
+    const trim_type own = get_trim_type();
+    if (is_in_point())
+        return own == trim_black || own == trim_roll_black;
+    if (!is_out_point())
+        return 0;
+
+    const ce_handle in = matching_in_ceh();
+    const trim_type ofIn = in.valid() ? in.get_trim_type() : trim_none;
+    const bool turned = ofIn == trim_start || ofIn == trim_roll_black;
+    return turned != (own == trim_end);
+}
+
+// ---- CEHPair ----------------------------------------------------------------------------------
+
+CEHPair::CEHPair(const ce_handle& h)
+{
+    if (!h.valid())
+        return;
+    if (h.is_in_point()) {
+        inH_ = h;
+        outH_ = h.matching_out_ceh();
+    } else {
+        outH_ = h;
+        inH_ = outH_.matching_in_ceh();
+    }
+}
+
+CEHPair::CEHPair(const Cel* cel, double t)
+{
+    if (!cel || t == cel::kInvalidTime)
+        return;
+    ce_handle h = cel->find_ceh(t, in_point);
+    ce_handle out = h.valid() ? h.matching_out_ceh() : ce_handle();
+    if (!out.valid())
+        return;
+    inH_ = std::move(h);
+    outH_ = std::move(out);
+}
+
+NumRange<double, Ordered> CEHPair::editRange() const
+{
+    if (!valid())
+        return {cel::kInvalidTime, cel::kInvalidTime};
+    return {inH_.get_edit_time(), outH_.get_edit_time()};
+}
+
+bool CEHPair::isEffect() const
+{
+    if (!valid())
+        return false;
+    const int magic = inH_.getEffectGraph().getMagicType();
+    return magic == 0 || magic == 3;
+}
+
+bool CEHPair::isMaterial() const
+{
+    if (!valid())
+        return false;
+    const int magic = inH_.getEffectGraph().getMagicType();
+    const Cookie material = inH_.get_strip_cookie();
+    return (magic == 0 || magic == 1) && !material.isEffect() && !material.isBlack();
+}

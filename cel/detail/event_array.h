@@ -1,0 +1,39 @@
+#pragma once
+
+#include "cel/ChannelEvent.h"
+
+#include <span>
+
+/// Steps of track operations on the bare array of events. They know nothing of tracks, and are
+/// safe on any array, also one that a damaged file left behind.
+namespace cel::detail {
+
+using EventSpan = std::span<ChannelEvent>;
+using ConstEventSpan = std::span<const ChannelEvent>;
+
+/// Index of the last event that is not after `t` (within the tolerance) and of a kind in the
+/// filter, -1 when `t` lies before the first or after the last event or is a NaN.
+/// @param seed  event to gallop from, or -1 to search the whole array.
+/// O(log n); O(log distance) from a seed; more only over events at the same time.
+int findEvent(ConstEventSpan events, double t, ce_info filter, int seed);
+
+/// Index of the in point (out point) of the section that event `index` belongs to: its own, or the
+/// nearest before (after); -1 (the size) when there is none. O(1) on sections without level
+/// changes.
+int matchingIn(ConstEventSpan events, int index);
+int matchingOut(ConstEventSpan events, int index);
+
+/// Adds `seconds` to the edit time of every event.
+void shiftEditTimes(EventSpan events, double seconds);
+
+/// Lays the events on the line that their first one begins: strip = in.strip + speed x (edit -
+/// in.edit).
+void layOnStripLine(EventSpan section, double speed);
+
+/// Speed to calculate with: normal for an event whose velocity was never set or is no number.
+double effectiveSpeed(const ChannelEvent& event);
+
+/// Whether a velocity says anything: it is finite and not the unset value.
+bool isSetVelocity(float velocity);
+
+} // namespace cel::detail
