@@ -6,7 +6,8 @@
 #include <string>
 
 /// Where the library speaks. Each function is thread-safe, ends up in the one `LogSink` of the
-/// process, and never fails. Formats are printf's; text from outside goes through "%s".
+/// process, and never fails. Formats are printf's, their numbers the same in every locale; text
+/// from outside goes through "%s". All may be used during static initialisation.
 
 /// The log file alone: repairs and notes that matter afterwards.
 CEL_PLATFORM_API void Log(const char* format, ...) CEL_PRINTF(1, 2);
@@ -21,7 +22,7 @@ CEL_PLATFORM_API void logStacktrace(const char* text);
 CEL_PLATFORM_API void vond_printf(const char* format, ...) CEL_PRINTF(1, 2);
 
 /// A fault that quality assurance wants to hear of; the caller carries on.
-/// @param code  a number that the caller adds for the reader of the report.
+/// @param code  a number for the reader of the report; follows the text in brackets unless it is 0.
 CEL_PLATFORM_API void qa_splat(const char* text, int code);
 
 /// Fatal misuse. Reports the text and throws `Kt::Exception::Base` with it.
@@ -36,7 +37,18 @@ enum class LogChannel { log, both, stacktrace, print, quality, fatal };
 using LogSink = std::function<void(LogChannel, const std::string&)>;
 
 /// Replaces the sink of the process and returns the former one; an empty sink restores the
-/// default, which writes to the log file and the console. Calls of a sink never overlap.
+/// default. Calls of a sink never overlap. What a sink itself reports goes to the default one, and
+/// what it throws is dropped.
+///
+/// The default sink writes to the file that the environment variable `CEL_LOG_FILE` names, else to
+/// "log/cel.log" in the configuration folder, and to the console what came through `LogBoth`,
+/// `qa_splat` and `ura_splat` (with `CEL_VERBOSE` set, everything). It writes at most 10 of one
+/// message in a burst, and then one line with the number of those left out. Where it cannot write,
+/// it drops.
 CEL_PLATFORM_API LogSink setLogSink(LogSink sink);
+
+/// Ends the bursts of the default sink: writes how many of each message were left out. Happens by
+/// itself a second after a burst, with the next report, and when the process ends.
+CEL_PLATFORM_API void flushLog();
 
 } // namespace cel

@@ -47,7 +47,12 @@ public:
     /// What readers found wrong so far; empty when nothing was.
     GrowString& errorText() { return errorText_; }
 
+    /// Layers whose checksum did not match, a line each. Kept apart from the error text, since an
+    /// entry there keeps readers from repairing what they read.
+    GrowString& damageText() { return damageText_; }
+
 private:
     StreamFile& file_;
     GrowString errorText_;
+    GrowString damageText_;
 };

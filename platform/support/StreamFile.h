@@ -8,6 +8,7 @@
 #include <cstring>
 #include <memory>
 #include <span>
+#include <utility>
 
 static_assert(std::endian::native == std::endian::little,
               "stored forms are little-endian and are written straight from memory");
@@ -25,8 +26,14 @@ public:
     /// A file to be read: holds a copy of `bytes`.
     explicit StreamFile(std::span<const std::byte> bytes) { write(bytes); }
 
-    StreamFile(StreamFile&&) = default;
-    StreamFile& operator=(StreamFile&&) = default;
+    /// What was moved from is an empty file.
+    StreamFile(StreamFile&& other) noexcept { swap(other); }
+    StreamFile& operator=(StreamFile&& other) noexcept
+    {
+        StreamFile(std::move(other)).swap(*this);
+        return *this;
+    }
+    void swap(StreamFile& other) noexcept;
 
     void setDouble(double value) { put(value); }
     void setLong(std::int32_t value) { put(value); }
@@ -42,11 +49,18 @@ public:
     std::uint16_t getUnsignedShort() { return get<std::uint16_t>(); }
     char getCookedChar() { return get<char>(); }
 
+    /// Appends `bytes`, which may be part of this very file.
     void write(std::span<const std::byte> bytes);
 
     /// Makes room for `count` bytes at the end and returns it for the caller to fill completely;
-    /// valid until the next write.
-    std::span<std::byte> extend(std::size_t count);
+    /// valid until the next write. Amortised over many calls, each byte costs one copy.
+    std::span<std::byte> extend(std::size_t count)
+    {
+        if (capacity_ - size_ < count)
+            grow(count);
+        size_ += count;
+        return {data_.get() + (size_ - count), count};
+    }
 
     /// Bytes `offset` to `offset + count` of what was written, to be changed afterwards (a length
     /// that is known only when the body stands). They must have been written.
@@ -67,7 +81,7 @@ public:
     void seek(std::size_t position);
 
     /// Bytes that may still be read: up to the end or to the limit set by `limitTo`.
-    std::size_t remaining() const { return limit() - position_; }
+    std::size_t remaining() const { return position_ < limit() ? limit() - position_ : 0; }
     bool atEnd() const { return remaining() == 0; }
 
     /// Reading stops `count` bytes from here, as if the file ended there (the end of the file if
@@ -87,6 +101,11 @@ private:
 
     std::size_t limit() const { return limit_ < size_ ? limit_ : size_; }
 
+    /// Makes the memory large enough for `count` more bytes. @return the memory that was replaced.
+    std::unique_ptr<std::byte[]> grow(std::size_t count);
+
+    void fault();
+
     template <class T>
     void put(T value)
     {
@@ -98,8 +117,7 @@ private:
     {
         T value{};
         if (remaining() < sizeof(T)) {
-            faulted_ = true;
-            position_ = limit();
+            fault();
         } else {
             std::memcpy(&value, data_.get() + position_, sizeof(T));
             position_ += sizeof(T);

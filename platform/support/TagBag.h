@@ -40,8 +40,8 @@ public:
     /// @return a tag on the object, invalid when the store has none under that identity.
     virtual TagBase openObject(const IdStamp& id) = 0;
 
-    /// Puts the tag's object under its identity, in place of what was there. An invalid tag
-    /// stores nothing.
+    /// Puts the tag's object under its identity, in place of what was there. An invalid tag and one
+    /// with the null stamp store nothing.
     virtual void storeObject(const TagBase& tag) = 0;
 
     /// Takes the object out of the store and hands it over; null when there is none.

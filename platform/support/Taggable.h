@@ -28,8 +28,10 @@ public:
     /// Name of the hierarchy above the class that asks: empty, since no class here has a layer.
     LightweightString<char> subHierarchyName(bool shortForm, bool withBase) const;
 
-    /// Ends the chain of layer functions: writes the layers that the derived classes put on the
-    /// stack, the base class's first.
+    /// Ends the chain of layer functions. Every class pushes its own entry to the back of the stack
+    /// and then calls the function of its base; here the layers are written from the back, so that
+    /// the base class's comes first.
+    /// @param stack  null when there is nothing to write; empty afterwards.
     static void STRM_layerPack(const Taggable* object, PStream& stream, PackStack* stack);
 
     /// Begins the chain of reading; this class has no layer of its own.
