@@ -15,7 +15,8 @@ public:
     TextFile() = default;
 
     /// A file at `path`. With `load` its lines are read: line ends may be LF, CR LF or CR, a
-    /// byte-order mark is dropped. A file that cannot be read has no lines and `loaded()` false.
+    /// byte-order mark is dropped. A file that cannot be read, or has more bytes or lines than are
+    /// allowed, gives no lines and `loaded()` false.
     TextFile(const LightweightString<wchar_t>& path, bool load);
 
     bool loaded() const { return loaded_; }
@@ -34,13 +35,18 @@ public:
     enum LineEnd : int { kLineFeed = 0, kCarriageReturnLineFeed = 1 };
 
     /// Writes all lines aside and then takes the place of the file at `path` at once; on a failure
-    /// the old file is untouched. @return whether it is on the disk.
+    /// the old file is untouched. An empty path means the one of the constructor.
+    /// @return whether it is on the disk.
     bool save(const LightweightString<wchar_t>& path, int lineEnd);
 
     /// Longest file that is read.
     static constexpr std::size_t kLargestBytes = std::size_t(64) << 20;
+    static constexpr std::size_t kMostLines = 2'000'000;
 
 private:
+    bool load();
+
+    LightweightString<wchar_t> path_;
     std::vector<LightweightString<char>> lines_;
     std::string error_;
     bool loaded_ = false;
