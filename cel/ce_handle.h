@@ -2,6 +2,7 @@
 
 #include "cel/ChannelEvent.h"
 #include "platform/export.h"
+#include "platform/foundation/Exception.h"
 #include "platform/foundation/NumRange.h"
 #include "platform/foundation/Ptr.h"
 
