@@ -14,7 +14,8 @@ namespace cel {
 /// a test can let any of them fail or watch what they leave on the disk.
 ///
 /// Each answers with an empty error code when it did what it says. None follows a link unless it
-/// says so, none tries again after a failure.
+/// says so. None tries again after a failure, except that `replace` may wait a moment for another
+/// program to let go of the file.
 class CEL_PLATFORM_API FileOperations
 {
 public:

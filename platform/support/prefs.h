@@ -3,8 +3,9 @@
 #include "platform/export.h"
 #include "platform/foundation/LightweightString.h"
 
-/// The user's preferences: texts by name, kept in the configuration folder and written through the
-/// safe save at every change. Thread-safe. Names and texts hold anything but line ends.
+/// The user's preferences: texts by name, kept in the configuration folder (in the file
+/// "preferences") and written through the safe save at every change. Thread-safe. A file that
+/// cannot be read is never overwritten.
 class CEL_PLATFORM_API EditorPreferences
 {
 public:
@@ -22,9 +23,10 @@ public:
 /// The preferences of this process, read on first use.
 CEL_PLATFORM_API EditorPreferences& prefs();
 
-/// Folder of preference files. @param type  0, the user's own.
+/// Folder of preference files; made when it does not exist yet.
+/// @param type  0, the user's own; there is no other.
 CEL_PLATFORM_API LightweightString<wchar_t> getPrefsDirectory(int type);
 
-/// Folder and name joined by one separator of this system.
+/// Folder and name joined by one separator; the name alone when the folder is empty.
 CEL_PLATFORM_API LightweightString<wchar_t> joinPaths(const LightweightString<wchar_t>& folder,
                                                       const LightweightString<wchar_t>& name);

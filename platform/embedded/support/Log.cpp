@@ -117,7 +117,7 @@ private:
 CEL_PRINTF(1, 0)
 std::string formatted(const char* format, std::va_list arguments)
 {
-    const PlainNumbers plain;
+    [[maybe_unused]] const PlainNumbers plain;
     char shortText[512];
     std::va_list again;
     va_copy(again, arguments);

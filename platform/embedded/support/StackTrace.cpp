@@ -7,6 +7,9 @@
 
 #if defined(_WIN32)
 #include "platform/support/utf8.h"
+#if !defined(NOMINMAX)
+#define NOMINMAX
+#endif
 #include <windows.h>
 #else
 #include <backtrace.h>

@@ -4,6 +4,9 @@
 
 #if defined(_WIN32)
 #include <random>
+#if !defined(NOMINMAX)
+#define NOMINMAX
+#endif
 #include <windows.h>
 #else
 #include <unistd.h>
