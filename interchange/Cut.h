@@ -26,8 +26,10 @@ struct Cut
     /// The track of that name; null when there is none.
     Kt::Ptr<Cel> track(std::string_view name) const;
 
-    /// Adds an empty track of the cut's frame duration, named after its kind and place: V1, V2, A1.
-    Kt::Ptr<Cel> addTrack(CookieType kind);
+    /// Adds an empty track of the cut's frame duration, named after its kind and a number: V1, V2,
+    /// A1.
+    /// @param number  from 1; 0 takes the first that no track has.
+    Kt::Ptr<Cel> addTrack(CookieType kind, int number = 0);
 
     /// Timecode of a position in seconds, the cut's start included.
     std::string timecodeAt(double seconds) const;

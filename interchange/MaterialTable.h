@@ -27,7 +27,8 @@ struct Material
 class MaterialTable
 {
 public:
-    /// The Cookie of a piece of material; the same material gives the same Cookie. O(log n).
+    /// The Cookie of a piece of material; the same material gives the same Cookie. O(log n), once
+    /// O(n log n) after a table was read.
     Cookie add(const Material& material);
 
     /// The material that a Cookie names; null for black, effects and Cookies that are not in the
@@ -36,14 +37,18 @@ public:
 
     const std::vector<Material>& materials() const { return materials_; }
 
-    /// The table's layer in a stream: "M", revision 1. `unpack` notes damage in the stream's error
-    /// text and keeps the entries before it.
+    /// Body of the table's layer in a stream: "M", revision 1. `unpack` replaces the table, notes
+    /// damage in the stream's error text and keeps the entries before it.
+    static constexpr unsigned char kRevision = 1;
     void pack(PStream& stream) const;
     void unpack(PStream& stream, unsigned char revision);
 
 private:
     std::vector<Material> materials_;
+
+    /// Numbers by material, of the first `indexed_` ones: a table that is only read needs none.
     std::map<Material, std::uint32_t> numbers_;
+    std::size_t indexed_ = 0;
 };
 
 } // namespace cel
