@@ -216,6 +216,8 @@ void Cel::unpack(PStream& stream)
         dirty_ = 0;
         return;
     }
+    // What an earlier layer of the stream lacked is not missing here.
+    stream.file().clearFault();
     // Layers of revision 1 carry the form of their body inside.
     const unsigned version =
         packRevision_ == 1 ? stream.file().getUnsignedLong() : static_cast<unsigned>(packRevision_);

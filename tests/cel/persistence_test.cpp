@@ -1,0 +1,399 @@
+#include "cel/Cel.h"
+#include "cel/inspect.h"
+#include "platform/foundation/Exception.h"
+#include "platform/support/CookieJar.h"
+#include "platform/support/PStream.h"
+#include "platform/support/layers.h"
+#include "tests/support/golden.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/track_notation.h"
+#include "tests/support/well_formed.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace cel::test {
+namespace {
+
+// What the records of tests/data say, read off by hand.
+constexpr const char* kV3 = R"(
+in 1 strip 10 86:5:2:9:0 level 0.5 speed 2 word 1301 graph 1-2-40000003 ramp 100/2 trim 1 mod 4
+out 5 strip 18 86:5:2:9:0 level 0.25 speed 2 graph 11-12-40000013 ramp 8/3 trim 2
+in 5 strip 0 86:1:0:647:0 word 101
+out 7 strip 2 86:1:0:647:0 word ab002004 graph 21-22-23 trim 3 mod 180)";
+constexpr const char* kV2 = R"(
+in 1 strip 10 86:5:2:9:0 level 0.5 speed 2 word 1301 graph 1-2-40000003 trim 1 mod 4
+out 5 strip 18 86:5:2:9:0 level 0.25 speed 2 graph 11-12-40000013 trim 2
+in 5 strip 0 86:1:0:647:0 word 101
+out 7 strip 2 86:1:0:647:0 level 0 word ab002004 graph 21-22-23 trim 3 mod 180)";
+constexpr const char* kV4 = R"(
+in 1 strip 10 86:5:2:9:1 level 0.5 speed 2 word 1301 graph 1-2-40000003 ramp 100/2
+out 5 strip 18 86:5:2:9:1 level 0.5 speed 2 word 1304 graph 11-12-40000013 ramp 8/3
+in 5 strip 0 86:1:0:647:0 word 101
+out 7 strip 2 86:1:0:647:0 word 104 graph 21-22-23)";
+constexpr const char* kSingle = R"(
+in 1 strip 10 86:5:2:9:1 level 0.5 speed 2 word 1301 graph 1-2-40000003
+out 5 strip 18 86:5:2:9:1 level 0.25 speed 2 graph 11-12-40000013
+in 5 strip 0 86:1:0:647:0 level 0.75 ramp 16383/0
+out 7 strip 2 86:1:0:647:0 graph 21-22-23 ramp 8/3)";
+constexpr const char* kSingleFirstTwo = R"(
+in 1 strip 10 86:5:2:9:1 level 0.5 speed 2 word 1301 graph 1-2-40000003
+out 5 strip 18 86:5:2:9:1 level 0.25 speed 2 graph 11-12-40000013)";
+constexpr const char* kOdd = R"(
+in 1 strip 10 86:5:2:9:0 level 0.5 speed 2 word 1301 graph 1-2-40000003 ramp 100/2 trim 1 mod 4
+out 5 strip 18 86:5:2:9:0 level 0.25 speed 2 graph 11-12-40000013 ramp 8/3 trim 2
+in 5 strip 0 86:1:0:647:0 word 101
+out 7 strip 2 86:1:0:647:0 word ab002004 graph 21-22-23 trim 3 mod 180
+in 7 strip 0 86:6:0:9:0 speed 220966 graph 31-32-40000033)";
+constexpr const char* kOrdered = R"(
+in 1 strip 10 86:5:2:9:0 level 0.5 speed 2 word 1301 graph 1-2-40000003 ramp 100/2 trim 1 mod 4
+out 5 strip 18 86:5:2:9:0 level 0.25 speed 2 graph 11-12-40000013 ramp 8/3 trim 2
+in 5 strip 0.5 86:1:0:647:0 word 101
+out 7 strip 2 86:1:0:647:0 word ab002004 graph 21-22-23 trim 3 mod 180)";
+constexpr const char* kUnorderedOdd = R"(
+in 1 strip 10 86:5:2:9:0 level 0.5 speed 2 word 1301 graph 1-2-40000003 ramp 100/2 trim 1 mod 4
+out 5 strip 18 86:5:2:9:0 level 0.25 speed 2 graph 11-12-40000013 ramp 8/3 trim 2
+in 4.5 strip 0 86:1:0:647:0 word 101)";
+constexpr const char* kN1 = R"(
+in 1.5 strip 10.25 86:5:2:9:1 level 0.5 word 1301 graph 1-2-40000003 ramp 100/2)";
+constexpr const char* kN2 = R"(
+in 1 strip 10 86:5:2:9:1 level 0.5 speed 2 word 1301 graph 1-2-40000003 ramp 100/2
+out 5 strip 18 86:5:2:9:1 level 0.25 speed 2 graph 11-12-40000013 ramp 8/3)";
+constexpr const char* kN2Relaid = R"(
+in 1 strip 10 86:5:2:9:1 level 0.5 word 1301 graph 1-2-40000003 ramp 100/2
+out 5 strip 14 86:5:2:9:1 level 0.25 graph 11-12-40000013 ramp 8/3)";
+constexpr const char* kN2Refused = R"(
+in 5 strip 0 86:5:2:9:1 graph 1-2-40000003
+out 1 strip -4 86:5:2:9:1 graph 11-12-40000013)";
+
+constexpr std::string_view kDefaultEvent = "\nundefined 2e+81 strip 2e+81 73:0:0:0:0 speed 220966";
+
+std::string defaults(int count)
+{
+    std::string text;
+    while (count-- > 0)
+        text += kDefaultEvent;
+    return text;
+}
+
+constexpr const char* kShortFlat =
+    "Cel::unpackLegacyEvents() : Failed to read events (unexpected size)";
+constexpr const char* kShortPairs = "Cel::unpack: Failed to read events (unexpected size)";
+constexpr const char* kOddness = "Cel::unpack: Failed to read events (unexpected oddness)";
+constexpr const char* kMismatch =
+    "Cel::unpack: Version of channel_event mismatched!Unexpected channel event revision";
+constexpr const char* kNoEvents =
+    "Cel::unpack. Attempting to patch up cel but resultant cel has no events\n";
+constexpr const char* kPatching = "Cel::unpack error reading cel. Attempting to patch up cel\n";
+constexpr const char* kFixing = "Cel::unpack() : Fixing out of order events\n";
+
+TEST(Unpack, ReadsEveryFormAndWhatDamageLeavesOfIt)
+{
+    // clang-format off
+    struct Case { const char* file; int revision; std::string events; int material, black, open; std::string notes, logged; };
+    const Case cases[] = {
+        {"layer1_v1",          1, kSingle,         2,  2, -1, "", ""},
+        {"layer1_v2",          1, kV2,             2,  2, -1, "", ""},
+        {"layer1_v3",          1, kV3,             2,  2, -1, "", ""},
+        {"layer1_v4",          1, kV4,             2,  2,  2, "", ""},
+        {"layer2",             2, kV2,            77, -5, -1, "", ""},
+        {"layer2_n2",          2, kN2Relaid,       2,  0, -1, "", ""},
+        {"layer3_r1",          3, kV2,             2,  2, -1, "", ""},
+        {"layer3_r2",          3, kV2,             2,  2, -1, "", ""},
+        {"layer3_r3",          3, kV3,             2,  2, -1, "", ""},
+        {"layer3_r4",          3, kV4,             2,  2, -1, "", ""},
+        {"layer4_r1",          4, kV2,             2,  2, -1, "", ""},
+        {"layer4_r3",          4, kV3,             2,  2, -1, "", ""},
+        {"layer4_r4",          4, kV4,             2,  2, -1, "", ""},
+        {"layer4_n0",          4, "",              0,  0, -1, "", ""},
+        {"layer4_n1",          4, kN1,             1,  0,  0, "", ""},
+        {"layer4_n2",          4, kN2,             2,  0, -1, "", ""},
+        {"layer4_r3_open",     4, kV3,             2,  2,  2, "", ""},
+        {"layer4_r3_open_out", 4, kV3,             2,  2, -1, "", ""},
+        {"layer4_r3_open_past",4, kV3,             2,  2, -1, "", ""},
+        {"layer4_r0",          4, defaults(4),     2,  2, -1, kMismatch, ""},
+        {"layer4_r5",          4, defaults(3),     2,  2, -1, kMismatch, ""},
+        {"layer2_short",       2, kV2,             2,  2, -1, kShortFlat, ""},
+        {"layer4_r3_short",    4, kV3,             2,  2, -1, kShortFlat, ""},
+        {"layer4_r4_short",    4, kV4,             2,  2, -1, kShortPairs, ""},
+        {"layer4_r3_odd",      4, kOdd,            2,  2,  4, kOddness, ""},
+        {"layer4_r4_odd",      4, defaults(5),     2,  2, -1, kOddness, ""},
+        {"layer4_r4_odd_short",4, kV4,             2,  2, -1, std::string(kShortPairs) + kOddness, ""},
+        {"layer4_negative",    4, "",              0,  0, -1, kShortFlat, ""},
+        {"layer4_channel3",    4, "",              0,  0, -1, "Cel::unpack: unknown edit channel information revision\n", ""},
+        {"layer4_n2_refused",  4, kN2Refused,      1,  0, -1, "", "Cel::addEvent() : invalid event time"},
+        {"layer1_v1_cut_in",   1, kSingleFirstTwo, 2,  0, -1, "", kPatching},
+        {"layer1_v1_cut_mid",  1, kSingleFirstTwo, 2,  0, -1, "", kPatching},
+        {"layer4_n2_cut",      4, "",              0,  0, -1, kNoEvents, kPatching},
+        {"layer4_r3_order",    4, kOrdered,        2,  2, -1, "", kFixing},
+        {"layer4_r3_order_odd",4, kUnorderedOdd,   2,  2, -1, kOddness, ""},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.file);
+        LogCapture log;
+        const Kt::Ptr<Cel> track(new Cel(0, 1.0));
+        const unsigned before = track->getID();
+        const Decoded read = decode(hexFile(c.file), c.revision, track);
+
+        EXPECT_EQ(fields(*track), c.events);
+        EXPECT_EQ(inspect(*track).eventCount, c.material);
+        EXPECT_EQ(inspect(*track).blackEventCount, c.black);
+        EXPECT_EQ(inspect(*track).pendingInIndex, c.open);
+        EXPECT_EQ(read.notes, c.notes);
+        EXPECT_EQ(log.text(), c.logged);
+        EXPECT_EQ(track->is_dirty(), 0);
+        EXPECT_EQ(track->get_resolution(), 0.04);
+        EXPECT_EQ(track->editChannelId(), IdStamp(0x11, 0x22, 0x80000033));
+        EXPECT_EQ(track->editChannelName(), "V1");
+        EXPECT_EQ(track->editChannelSubType(), "pic");
+        EXPECT_NE(track->getID(), before);
+        askEverything(track);
+    }
+}
+
+TEST(Unpack, EmptiesTheTrackItReadsInto)
+{
+    for (const char* file : {"layer4_n0", "layer4_n2", "layer4_r3", "layer4_negative"}) {
+        SCOPED_TRACE(file);
+        const Kt::Ptr<Cel> fresh = decode(hexFile(file), 4).track;
+        const Kt::Ptr<Cel> used = track("A0-4 .4-6 B6-9");
+        const ce_handle old = used->get_start_ceh();
+        decode(hexFile(file), 4, used);
+        EXPECT_EQ(fields(*used), fields(*fresh));
+        EXPECT_EQ(inspect(*used).eventCount, inspect(*fresh).eventCount);
+        EXPECT_EQ(inspect(*used).blackEventCount, inspect(*fresh).blackEventCount);
+        EXPECT_EQ(old.valid(), 0);
+    }
+}
+
+TEST(Unpack, LeavesTheTrackAloneWhenThereIsNothingToRead)
+{
+    const Kt::Ptr<Cel> used = track("A0-4 .4-6");
+    const unsigned id = used->getID();
+    used->make_dirty();
+    EXPECT_EQ(decode(hexFile("layer4_empty"), 4, used).notes, "");
+    EXPECT_EQ(describe(*used), "A0-4 .4-6");
+    EXPECT_EQ(used->getID(), id);
+    EXPECT_EQ(used->is_dirty(), 0);
+}
+
+TEST(Unpack, RefusesAnUnknownVersionBeforeAnythingChanges)
+{
+    // clang-format off
+    struct Case { const char* file; int revision; };
+    const Case cases[] = {{"layer1_v5", 1}, {"layer4_r3", 5}, {"layer4_r3", 0}, {"layer4_r3", 255}};
+    // clang-format on
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.revision);
+        const Kt::Ptr<Cel> used = track("A0-4 .4-6");
+        const unsigned id = used->getID();
+        try {
+            decode(hexFile(c.file), c.revision, used);
+            ADD_FAILURE() << "accepted";
+        } catch (const Kt::Exception::RuntimeError& error) {
+            EXPECT_STREQ(error.what(), "Unrecognised cel version");
+            EXPECT_STREQ(error.file(), "cel\\Cel");
+            EXPECT_EQ(error.line(), 2719);
+        }
+        EXPECT_EQ(describe(*used), "A0-4 .4-6");
+        EXPECT_EQ(used->getID(), id);
+        EXPECT_EQ(used->editChannelName(), "");
+    }
+}
+
+TEST(Unpack, KeepsTheFormerResolutionWhenTheStoredOneIsNone)
+{
+    for (const char* file :
+         {"layer4_resolution_small", "layer4_resolution_nan", "layer4_resolution_infinite"}) {
+        SCOPED_TRACE(file);
+        const Kt::Ptr<Cel> used = track("A0-4 .4-6", 0.5);
+        const ce_handle old = used->get_start_ceh();
+        EXPECT_EQ(decode(hexFile(file), 4, used).notes, "Cel::set_resolution: too small");
+        EXPECT_EQ(used->get_resolution(), 0.5);
+        EXPECT_EQ(used->numEvents(), 0);
+        EXPECT_EQ(inspect(*used).eventCount, 0);
+        EXPECT_EQ(old.valid(), 0);
+        EXPECT_EQ(used->is_dirty(), 0);
+        EXPECT_EQ(used->editChannelName(), "A7");
+    }
+}
+
+TEST(Unpack, IsNotMisledByADamagedLayerInFrontOfIts)
+{
+    LogCapture log;
+    StreamFile file;
+    PStream stream(file);
+    for (const char* name : {"layer4_n2_cut", "layer4_n2"})
+        writeLayer(stream, "C", [name](PStream& layer) {
+            layer.file().write(hexFile(name));
+            return static_cast<unsigned char>(4);
+        });
+    const Kt::Ptr<Cel> first(new Cel(0, 1.0));
+    const Kt::Ptr<Cel> second(new Cel(0, 1.0));
+    first->STRM_hierarchyUnpack(stream);
+    second->STRM_hierarchyUnpack(stream);
+    EXPECT_EQ(fields(*first), "");
+    EXPECT_EQ(fields(*second), kN2);
+}
+
+TEST(Unpack, PutsEventsInOrderOnlyWhenToldTo)
+{
+    const bool former = setOrderRepair(false);
+    const Kt::Ptr<Cel> track = decode(hexFile("layer4_r3_order"), 4).track;
+    EXPECT_FALSE(setOrderRepair(former));
+    EXPECT_EQ(track->get_event(2).edit_time(), 4.5);
+    EXPECT_EQ(track->get_event(2).strip_time(), 0.0);
+}
+
+/// The track of `layer4_r3` (version 0) or `layer4_r4` (version 1), event by event.
+Kt::Ptr<Cel> handBuilt(unsigned char version)
+{
+    Cookie shot(kVideoCookie, 5, 2, 9);
+    shot.setVersion(version);
+    Kt::Ptr<Cel> track(new Cel(4, 0.04));
+    track->editChannelInfo("V1", IdStamp(0x11, 0x22, 0x80000033), "pic", "");
+    const auto add = [&](double edit, double strip, const Cookie& material, float level,
+                         ce_info kind, IdStamp id, int modifier, unsigned ramp, int curve) {
+        ChannelEvent event(edit, strip, material, level, kind, id, modifier);
+        event.velocity(material == shot ? 2.0F : 1.0F);
+        event.audioRamp_DurationQFrames(ramp);
+        event.audioRamp_CurveType(curve);
+        EXPECT_EQ(track->addEvent(event), 1);
+    };
+    add(1, 10, shot, 0.5F, in_point, {1, 2, 0x40000003}, 3, 100, 2);
+    add(5, 18, shot, 0.25F, out_point, {0x11, 0x12, 0x40000013}, 0, 8, 3);
+    add(5, 0, video_black, 1.0F, in_point, {4, 4, 4}, 1, 0, 0);
+    add(7, 2, video_black, 1.0F, out_point, {0x21, 0x22, 0x23}, 0, 0, 0);
+    track->getChanEventPtr(0)->setActive(false);
+    track->getChanEventPtr(0)->set_trim(trim_start);
+    track->getChanEventPtr(0)->set_ChannelEventModification(4);
+    track->getChanEventPtr(1)->set_trim(trim_end);
+    track->getChanEventPtr(2)->editGraph(IdStamp(0, 0, 0));
+    track->getChanEventPtr(3)->set_trim(trim_black);
+    track->getChanEventPtr(3)->set_ChannelEventModification(0x180);
+    track->getChanEventPtr(3)->infoWord(0xAB002004);
+    return track;
+}
+
+/// The track of `layer4_n2`; `count` 1 is that of `layer4_n1`.
+Kt::Ptr<Cel> handBuiltSingle(int count)
+{
+    const Kt::Ptr<Cel> source = handBuilt(1);
+    Kt::Ptr<Cel> track(new Cel(0, 0.04));
+    track->editChannelInfo("V1", IdStamp(0x11, 0x22, 0x80000033), "pic", "");
+    for (int i = 0; i < count; ++i)
+        track->addEvent(source->get_event(i));
+    // A selection and a modification set are not written; the times are written without the set.
+    ChannelEvent& first = *track->getChanEventPtr(0);
+    first.set_ChannelEventModification(0);
+    if (count == 1) {
+        first.velocity(1.0F);
+        first.edit_time(1.5);
+        first.strip_time(10.25);
+        first.modify_channel_event(kModifyHalf | kModify5over4);
+        EXPECT_EQ(first.edit_time(), 0.9375);
+    }
+    return track;
+}
+
+TEST(Pack, WritesExactlyTheseBytes)
+{
+    // clang-format off
+    struct Case { const char* file; Kt::Ptr<Cel> track; };
+    const Kt::Ptr<Cel> none(new Cel(0, 0.04));
+    none->editChannelInfo("V1", IdStamp(0x11, 0x22, 0x80000033), "pic", "");
+    const Case cases[] = {
+        {"layer4_n0", none},
+        {"layer4_n1", handBuiltSingle(1)},
+        {"layer4_n2", handBuiltSingle(2)},
+        {"layer4_r3", handBuilt(0)},
+        {"layer4_r4", handBuilt(1)},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.file);
+        c.track->make_dirty();
+        const Encoded written = encode(*c.track);
+        EXPECT_EQ(written.revision, 4);
+        EXPECT_EQ(hexText(written.body), hexText(hexFile(c.file)));
+        EXPECT_EQ(c.track->is_dirty(), 0);
+    }
+}
+
+TEST(Pack, ChoosesThePairFormForCookiesOfVersionOne)
+{
+    // clang-format off
+    struct Case { const char* name; const char* track; unsigned char jar; int revision; };
+    const Case cases[] = {
+        {"old Cookies",               "A0-4 .4-6",       0, 3},
+        {"the first in point is new", "A'0-4 .4-6",      0, 4},
+        {"a later in point is new",   "A0-4 .4-6 B'6-7", 0, 4},
+        {"only an out point is new",  "A<0 A'>4 .4-6",   0, 3},
+        {"the jar makes new ones",    "A0-4 .4-6",       1, 4},
+        {"the jar makes others",      "A0-4 .4-6",       2, 3},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        CookieJar::instance().setDefaultCookieVersion(c.jar);
+        EXPECT_EQ(track(c.track)->getChannelEventPackRevision(), c.revision);
+        CookieJar::instance().setDefaultCookieVersion(0);
+    }
+}
+
+TEST(Pack, WarnsWhenThePairFormLosesEvents)
+{
+    // clang-format off
+    struct Case { const char* name; const char* track; bool warns; };
+    const Case cases[] = {
+        {"pairs",                            "A'0-4 .4-6",       false},
+        {"an odd number",                    "A'0-4 .<4",        true},
+        {"two level changes",                "A'<0 A'=1 A'=2 A'>4", true},
+        {"an odd number in the flat form",   "A0-4 .<4",         false},
+        {"two events, written one by one",   "A'<0 A'<4",        false},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        LogCapture log;
+        encode(*track(c.track));
+        EXPECT_EQ(
+            log.text(),
+            c.warns ? "Warning: Cel::pack: the events do not fit the pair form, some will be lost\n"
+                    : "");
+    }
+}
+
+TEST(Pack, WritesBackWhatItReadAndPadsWithZeros)
+{
+    std::vector<std::byte> body = hexFile("layer4_r4");
+    const std::size_t record = body.size() - 2 * 96;
+    for (std::size_t i = 20; i < 28; ++i)
+        body[record + i] = std::byte(i); // the Cookie's extension
+    std::vector<std::byte> padded = body;
+    for (const std::size_t i : {29, 30, 31, 62, 63, 94, 95})
+        padded[record + i] = std::byte(0xEE);
+    EXPECT_EQ(hexText(encode(*decode(padded, 4).track).body), hexText(body));
+
+    for (const char* file : {"layer4_r3", "layer4_r3_open", "layer4_n0", "layer4_n1", "layer4_n2"})
+        EXPECT_EQ(hexText(encode(*decode(hexFile(file), 4).track).body), hexText(hexFile(file)));
+}
+
+TEST(Streams, BuildATrackFromEitherNameOfItsClass)
+{
+    for (const auto& name : {Cel::layerName(), Cel::shortLayerName()}) {
+        StreamFile file;
+        PStream stream(file);
+        const auto builder = StreamClassRegistrar::find(name);
+        ASSERT_NE(builder, nullptr) << name.c_str();
+        const Kt::Ptr<Streamable> made = builder(stream);
+        const Kt::Ptr<Cel> track = dynamicCast<Cel>(made);
+        ASSERT_TRUE(track);
+        EXPECT_EQ(track->numEvents(), 0);
+        EXPECT_EQ(track->get_resolution(), 1.0);
+    }
+}
+
+} // namespace
+} // namespace cel::test

@@ -1,0 +1,79 @@
+#include "tests/support/counted_heap.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+std::atomic<std::size_t> inUse{0};
+std::atomic<std::size_t> peak{0};
+
+/// In front of every block stands its size, in as much room as keeps the block aligned.
+constexpr std::size_t kHeader = alignof(std::max_align_t);
+
+void* allocate(std::size_t size) noexcept
+{
+    if (size > SIZE_MAX - kHeader)
+        return nullptr;
+    void* block = std::malloc(size + kHeader);
+    if (!block)
+        return nullptr;
+    *static_cast<std::size_t*>(block) = size;
+    const std::size_t now = inUse.fetch_add(size) + size;
+    for (std::size_t highest = peak; now > highest && !peak.compare_exchange_weak(highest, now);) {
+    }
+    return static_cast<std::byte*>(block) + kHeader;
+}
+
+void* allocateOrThrow(std::size_t size)
+{
+    void* memory = allocate(size);
+    if (!memory)
+        throw std::bad_alloc();
+    return memory;
+}
+
+void release(void* memory) noexcept
+{
+    if (!memory)
+        return;
+    void* block = static_cast<std::byte*>(memory) - kHeader;
+    inUse -= *static_cast<std::size_t*>(block);
+    std::free(block);
+}
+
+} // namespace
+
+// clang-format off
+void* operator new(std::size_t size) { return allocateOrThrow(size); }
+void* operator new[](std::size_t size) { return allocateOrThrow(size); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
+void operator delete(void* memory) noexcept { release(memory); }
+void operator delete[](void* memory) noexcept { release(memory); }
+void operator delete(void* memory, std::size_t) noexcept { release(memory); }
+void operator delete[](void* memory, std::size_t) noexcept { release(memory); }
+void operator delete(void* memory, const std::nothrow_t&) noexcept { release(memory); }
+void operator delete[](void* memory, const std::nothrow_t&) noexcept { release(memory); }
+// clang-format on
+
+namespace cel::test {
+
+std::size_t heapInUse()
+{
+    return inUse;
+}
+
+HeapPeak::HeapPeak()
+    : before_(inUse)
+{
+    peak = before_;
+}
+
+std::size_t HeapPeak::growth() const
+{
+    return peak - before_;
+}
+
+} // namespace cel::test
