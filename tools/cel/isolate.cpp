@@ -1,0 +1,89 @@
+#include "tools/cel/isolate.h"
+
+#include "tools/cel/commands.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+
+#if defined(_WIN32)
+#include <fcntl.h>
+#include <io.h>
+#include <process.h>
+#include <stdlib.h>
+#else
+#include <cerrno>
+#include <sys/wait.h>
+#include <unistd.h>
+#endif
+
+namespace cel::tool {
+
+namespace {
+
+#if defined(_WIN32)
+
+int runAlone(const std::string& file, const std::string& command,
+             const std::function<int(const std::string&)>&)
+{
+    char* program = nullptr;
+    if (_get_pgmptr(&program) != 0)
+        return kInternalFault;
+    // The arguments are joined to one line; a file's name cannot hold a quotation mark.
+    const std::string quoted = '"' + file + '"';
+    const auto code = _spawnl(_P_WAIT, program, "cel", command.c_str(), quoted.c_str(), nullptr);
+    return code < 0 ? kInternalFault : static_cast<int>(code);
+}
+
+#else
+
+int exitCodeOf(pid_t child)
+{
+    constexpr int kEndedBySignal = 128;
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0) {
+        if (errno != EINTR)
+            return kInternalFault;
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : kEndedBySignal + WTERMSIG(status);
+}
+
+int runAlone(const std::string& file, const std::string&,
+             const std::function<int(const std::string&)>& job)
+{
+    // What is still in the buffers would be written by both processes.
+    std::cout.flush();
+    std::fflush(nullptr);
+    const pid_t child = fork();
+    if (child == 0)
+        std::exit(job(file));
+    return child < 0 ? kInternalFault : exitCodeOf(child);
+}
+
+#endif
+
+} // namespace
+
+int runEachAlone(const std::vector<std::string>& files, const std::string& command,
+                 const std::function<int(const std::string&)>& job)
+{
+    int worst = 0;
+    for (const std::string& file : files) {
+        const int code = runAlone(file, command, job);
+        if (code >= kInternalFault)
+            std::cerr << file << ": the process ended with " << code << '\n';
+        worst = std::max(worst, code);
+    }
+    return worst;
+}
+
+void useBinaryStandardStreams()
+{
+#if defined(_WIN32)
+    _setmode(_fileno(stdin), _O_BINARY);
+    _setmode(_fileno(stdout), _O_BINARY);
+#endif
+}
+
+} // namespace cel::tool
