@@ -72,8 +72,8 @@ void requireArguments(std::string_view name, std::size_t count, std::size_t fewe
         return;
     const std::string range =
         std::to_string(fewest) + (fewest == most ? "" : " to " + std::to_string(most));
-    throw ScriptError('"' + std::string(name) + "\" takes " + range + " arguments, not " +
-                      std::to_string(count));
+    throw ScriptError('"' + std::string(name) + "\" takes " + range +
+                      (most == 1 ? " argument, not " : " arguments, not ") + std::to_string(count));
 }
 
 } // namespace cel::replay
