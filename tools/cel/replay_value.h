@@ -32,7 +32,7 @@ public:
     using Data =
         std::variant<std::nullptr_t, bool, std::int64_t, double, std::string, Array, Object>;
 
-    Value() = default;
+    Value(); ///< null
     explicit Value(Data data);
 
     bool isNull() const { return std::holds_alternative<std::nullptr_t>(data_); }
@@ -67,7 +67,7 @@ private:
     std::int64_t whole(std::int64_t lowest, std::int64_t highest) const;
     [[noreturn]] void refuse(std::string_view expected) const;
 
-    Data data_ = nullptr;
+    Data data_;
 };
 
 struct Value::Member
@@ -75,6 +75,11 @@ struct Value::Member
     std::string key;
     Value value;
 };
+
+inline Value::Value()
+    : data_(nullptr)
+{
+}
 
 inline Value::Value(Data data)
     : data_(std::move(data))
