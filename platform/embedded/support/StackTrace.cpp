@@ -88,32 +88,41 @@ std::string readable(const char* symbol)
     return name ? name.get() : symbol;
 }
 
-std::string moduleAndOffset(std::uintptr_t address)
+/// The function that the symbol table names and the offset in its module: what is left without
+/// debug information.
+std::string symbolAndModule(std::uintptr_t address)
 {
-    Dl_info info{};
-    if (dladdr(reinterpret_cast<void*>(address), &info) == 0 || !info.dli_fname)
-        return hexadecimal(address);
-    const auto base = reinterpret_cast<std::uintptr_t>(info.dli_fbase);
-    std::string place = std::string(info.dli_fname) + "+" + hexadecimal(address - base);
-    return info.dli_sname ? readable(info.dli_sname) + " in " + place : place;
+    std::string text;
+    const auto take = [](void* data, std::uintptr_t, const char* symbol, std::uintptr_t,
+                         std::uintptr_t) {
+        if (symbol)
+            *static_cast<std::string*>(data) = readable(symbol) + " in ";
+    };
+    backtrace_syminfo(debugInformation(), address, take, ignoreError, &text);
+
+    Dl_info module{};
+    if (dladdr(reinterpret_cast<void*>(address), &module) == 0 || !module.dli_fname)
+        return text + hexadecimal(address);
+    const auto base = reinterpret_cast<std::uintptr_t>(module.dli_fbase);
+    return text + module.dli_fname + "+" + hexadecimal(address - base);
 }
 
-/// Function, file and line; empty when the debug information does not know the address. A call
-/// that the compiler put inline shows as several lines.
+/// Function, file and line where the debug information knows them. A call that the compiler put
+/// inline shows as several lines.
 std::string describe(std::uintptr_t address)
 {
     std::string text;
     const auto append = [](void* data, std::uintptr_t, const char* file, int line,
                            const char* function) {
         if (!file || !function)
-            return 0;
+            return 0; // go on
         auto& into = *static_cast<std::string*>(data);
         into += into.empty() ? "" : "\n";
         into += readable(function) + " at " + file + ":" + std::to_string(line);
         return 0;
     };
     backtrace_pcinfo(debugInformation(), address, append, ignoreError, &text);
-    return text.empty() ? moduleAndOffset(address) : text;
+    return text.empty() ? symbolAndModule(address) : text;
 }
 
 #endif

@@ -1,0 +1,367 @@
+#include "platform/support/safe_save.h"
+#include "tests/platform/file_models.h"
+#include "tests/support/temporary_folder.h"
+
+#include <fstream>
+#include <string>
+#include <string_view>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#if !defined(_WIN32)
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#endif
+#if defined(__linux__)
+#include <sys/mount.h>
+#endif
+
+namespace cel::test {
+namespace {
+
+using Act = InterceptedFiles::Act;
+using testing::HasSubstr;
+
+std::span<const std::byte> bytesOf(std::string_view text)
+{
+    return std::as_bytes(std::span(text));
+}
+
+std::string someBytes(std::size_t size, unsigned seed)
+{
+    std::string bytes(size, '\0');
+    std::mt19937 random(seed);
+    for (char& byte : bytes)
+        byte = static_cast<char>(random());
+    return bytes;
+}
+
+const std::string kTarget = "cut.cel";
+const std::string kOld = someBytes(5000, 1);
+
+/// The three sizes of a save, onto a file and where there is none.
+struct Start
+{
+    std::string fresh;
+    bool exists;
+};
+
+std::vector<Start> starts()
+{
+    std::vector<Start> all;
+    for (const std::size_t size : {std::size_t(0), std::size_t(4096), std::size_t(1) << 20}) {
+        for (const bool exists : {true, false})
+            all.push_back({someBytes(size, 2), exists});
+    }
+    return all;
+}
+
+MemoryDisk diskOf(const Start& start)
+{
+    MemoryDisk disk;
+    if (start.exists)
+        disk.put(kTarget, kOld);
+    return disk;
+}
+
+/// The disk holds the old file or, when that is allowed, the new one; and nothing else that the
+/// error does not name.
+void expectWhole(const MemoryDisk::Content& content, const Start& start, bool mayBeNew,
+                 bool mayBeOld, const std::string& error)
+{
+    const auto found = content.find(kTarget);
+    const bool isOld =
+        start.exists ? found != content.end() && found->second == kOld : found == content.end();
+    const bool isNew = found != content.end() && found->second == start.fresh;
+    EXPECT_TRUE((mayBeOld && isOld) || (mayBeNew && isNew));
+    for (const auto& [name, bytes] : content) {
+        EXPECT_TRUE(name == kTarget || error.find(name) != std::string::npos) << name;
+    }
+}
+
+/// Fails, shortens or damages the k-th call of a save, for every k, once and from then on.
+TEST(SafeSave, LeavesTheOldFileOrTheNewOneWhateverCallFails)
+{
+    struct Fault
+    {
+        Act act;
+        std::errc error;
+    };
+    const Fault faults[] = {
+        {Act::fail, std::errc::permission_denied}, {Act::fail, std::errc::no_space_on_device},
+        {Act::fail, std::errc::io_error},          {Act::fail, std::errc::device_or_resource_busy},
+        {Act::halve, std::errc::io_error},         {Act::damage, std::errc::io_error},
+        {Act::moveAside, std::errc::io_error},
+    };
+    int strikes = 0;
+    for (const Start& start : starts()) {
+        for (const Fault& fault : faults) {
+            for (const bool sticky : {false, true}) {
+                for (int at = 1;; ++at) {
+                    MemoryDisk disk = diskOf(start);
+                    InterceptedFiles files(
+                        disk,
+                        [&](int call) {
+                            const bool now = sticky ? call >= at : call == at;
+                            return now ? fault.act : Act::passOn;
+                        },
+                        fault.error);
+                    const SaveResult result = saveFile(kTarget, bytesOf(start.fresh), files);
+                    if (files.calls() < at)
+                        break;
+                    ++strikes;
+                    SCOPED_TRACE("size " + std::to_string(start.fresh.size()) + ", call " +
+                                 std::to_string(at) + ": " + result.error);
+                    const bool inPlace = result.error.find("is written") != std::string::npos;
+                    const bool lost =
+                        result.error.find("the former file is now") != std::string::npos;
+                    EXPECT_EQ(result.saved, result.error.empty());
+                    EXPECT_EQ(result.saved, !result.cause);
+                    if (!lost)
+                        expectWhole(disk.content(), start, result.saved || inPlace,
+                                    !result.saved && !inPlace, result.error);
+                    EXPECT_TRUE(!lost || (fault.act == Act::moveAside && sticky));
+                    EXPECT_TRUE(result.saved || fault.act != Act::halve);
+                }
+            }
+        }
+    }
+    EXPECT_GE(strikes, 600);
+}
+
+TEST(SafeSave, GivesTheFormerFileItsNameBackOrNamesIt)
+{
+    for (const bool nameStaysTaken : {false, true}) {
+        MemoryDisk disk;
+        disk.put(kTarget, kOld);
+        bool aside = false;
+        InterceptedFiles files(disk, [&](int call) {
+            // The ninth call replaces; what follows tries to undo it.
+            aside = aside || call == 9;
+            return call == 9 ? Act::moveAside : aside && nameStaysTaken ? Act::fail : Act::passOn;
+        });
+        const SaveResult result = saveFile(kTarget, bytesOf("new"), files);
+        EXPECT_FALSE(result.saved);
+        EXPECT_EQ(disk.content()[kTarget] == kOld, !nameStaysTaken);
+        EXPECT_EQ(result.error.find("the former file is now \".cel-save-") != std::string::npos,
+                  nameStaysTaken)
+            << result.error;
+    }
+}
+
+TEST(SafeSave, SurvivesPowerFailureAfterEveryCall)
+{
+    std::mt19937 random(7);
+    int states = 0;
+    for (const Start& start : starts()) {
+        MemoryDisk disk = diskOf(start);
+        const auto check = [&](int count, bool saved) {
+            for (int i = 0; i < count; ++i, ++states) {
+                auto left = disk.afterPowerFailure(random);
+                std::erase_if(left, [](const auto& file) { return file.first != kTarget; });
+                expectWhole(left, start, true, !saved, "");
+            }
+        };
+        const int perCall = start.fresh.size() > 4096 ? 16 : 128;
+        InterceptedFiles files(disk, [&](int) {
+            check(perCall, false);
+            return Act::passOn;
+        });
+        const SaveResult result = saveFile(kTarget, bytesOf(start.fresh), files);
+        EXPECT_TRUE(result.saved) << result.error;
+        check(perCall, true);
+    }
+    EXPECT_GE(states, 4800);
+}
+
+/// That the model above would find a saver that forgets a synchronisation.
+TEST(SafeSave, IsFoundUnsafeByTheModelWhenASynchronisationDoesNothing)
+{
+    const Start start{someBytes(20000, 3), true};
+    for (const int forgotten : {6, 10}) {
+        std::mt19937 random(7);
+        MemoryDisk disk = diskOf(start);
+        // A call that "fails" without an error does nothing and reports success.
+        InterceptedFiles files(
+            disk, [&](int call) { return call == forgotten ? Act::fail : Act::passOn; },
+            std::errc());
+        ASSERT_TRUE(saveFile(kTarget, bytesOf(start.fresh), files).saved);
+        bool torn = false;
+        for (int i = 0; i < 64; ++i)
+            torn = torn || disk.afterPowerFailure(random)[kTarget] != start.fresh;
+        EXPECT_TRUE(torn) << "call " << forgotten;
+    }
+}
+
+TEST(SafeSave, RefusesWhatItMustNotReplaceAndSaysWhy)
+{
+    const TemporaryFolder folder;
+    MemoryDisk disk;
+    disk.put("locked.cel", "old", false);
+    std::filesystem::create_directory(folder / "sub");
+
+    // clang-format off
+    struct Case { std::filesystem::path path; FileOperations& files; const char* reason; };
+    const Case cases[] = {
+        {"locked.cel",                   disk,          "replacing \"locked.cel\": it is protected against writing; the former file is untouched"},
+        {folder / "sub",                 systemFiles(), "it is no ordinary file"},
+        {folder.path() / "",             systemFiles(), "naming"},
+        {"",                             systemFiles(), "naming"},
+        {folder / std::string_view("a\0b", 3), systemFiles(), "naming"},
+        {folder / "absent/cut.cel",      systemFiles(), "opening the folder"},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        const SaveResult result = saveFile(c.path, bytesOf("new"), c.files);
+        EXPECT_FALSE(result.saved);
+        EXPECT_THAT(result.error, HasSubstr(c.reason));
+    }
+    EXPECT_EQ(disk.content()["locked.cel"], "old");
+}
+
+TEST(SafeSave, AcceptsEveryNameThatAFileCanHave)
+{
+    const TemporaryFolder folder;
+    const std::string names[] = {"a", std::string(255, 'x'), "sp ace\n", "\xC3\xBC\xE2\x82\xAC"};
+    for (const std::string& name : names) {
+        ASSERT_TRUE(saveFile(folder / name, bytesOf("new")).saved);
+        EXPECT_EQ(contentOf(folder / name), "new");
+    }
+}
+
+TEST(ReadFile, ReadsWholeFilesAndNamesWhatItCannot)
+{
+    const TemporaryFolder folder;
+    putContent(folder / "five", "12345");
+    // clang-format off
+    struct Case { std::filesystem::path path; std::size_t limit; std::string content, error; };
+    const Case cases[] = {
+        {folder / "five",   5, "12345", ""},
+        {folder / "five",   4, "",      "it has 5 bytes, more than the 4 that are allowed"},
+        {folder / "absent", 9, "",      "\" cannot be read: "},
+        {folder.path(),     9, "",      "it is no ordinary file"},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        const ReadResult result = readFile(c.path, c.limit);
+        const auto bytes = result.file.bytes();
+        EXPECT_EQ(result.complete, c.error.empty());
+        EXPECT_EQ(std::string(reinterpret_cast<const char*>(bytes.data()), bytes.size()),
+                  c.content);
+        EXPECT_THAT(result.error, HasSubstr(c.error));
+    }
+    for (const Act act : {Act::fail, Act::halve}) {
+        InterceptedFiles files(systemFiles(),
+                               [act](int call) { return call > 1 ? act : Act::passOn; });
+        const ReadResult result = readFile(folder / "five", 5, files);
+        EXPECT_EQ(result.complete, act == Act::halve);
+        EXPECT_EQ(result.file.bytes().size(), act == Act::halve ? 5U : 0U);
+    }
+}
+
+#if !defined(_WIN32)
+
+unsigned permissionsOf(const std::filesystem::path& path)
+{
+    struct stat found
+    {
+    };
+    return stat(path.c_str(), &found) == 0 ? found.st_mode & 07777 : 0;
+}
+
+TEST(SafeSave, KeepsPermissionsAndIsHiddenMeanwhile)
+{
+    const TemporaryFolder folder;
+    for (const mode_t mode : {0600U, 0640U, 0666U}) {
+        putContent(folder / "cut", "old");
+        ASSERT_EQ(chmod((folder / "cut").c_str(), mode), 0);
+        unsigned meanwhile = 0;
+        InterceptedFiles files(systemFiles(), [&](int) {
+            for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
+                if (entry.path().filename() != "cut")
+                    meanwhile |= permissionsOf(entry.path());
+            }
+            return Act::passOn;
+        });
+        EXPECT_TRUE(saveFile(folder / "cut", bytesOf("new"), files).saved);
+        EXPECT_EQ(permissionsOf(folder / "cut"), mode);
+        EXPECT_EQ(meanwhile & ~mode, 0U);
+    }
+}
+
+TEST(SafeSave, FollowsLinksAndReplacesWhatTheyPointTo)
+{
+    const TemporaryFolder folder;
+    std::filesystem::create_directory(folder / "real");
+    putContent(folder / "real/cut", "old");
+    std::filesystem::create_symlink("real/cut", folder / "relative");
+    std::filesystem::create_symlink(folder / "relative", folder / "chain");
+    std::filesystem::create_symlink("real/later", folder / "dangling");
+    std::filesystem::create_symlink("circle", folder / "circle");
+
+    // clang-format off
+    struct Case { const char* link; const char* file; };
+    const Case cases[] = {{"relative", "real/cut"}, {"chain", "real/cut"}, {"dangling", "real/later"}};
+    // clang-format on
+    for (const Case& c : cases) {
+        const SaveResult result = saveFile(folder / c.link, bytesOf(c.link));
+        EXPECT_TRUE(result.saved) << result.error;
+        EXPECT_TRUE(std::filesystem::is_symlink(folder / c.link));
+        EXPECT_EQ(contentOf(folder / c.file), c.link);
+    }
+    EXPECT_THAT(saveFile(folder / "circle", bytesOf("new")).error, HasSubstr("following"));
+}
+
+TEST(SafeSave, LeavesAWholeFileWhenTheProcessIsKilledAtAnyCall)
+{
+    const TemporaryFolder folder;
+    const std::string fresh = someBytes(300000, 4);
+    int completed = 0;
+    for (int at = 1; completed == 0; ++at) {
+        putContent(folder / "cut", kOld);
+        const pid_t child = fork();
+        if (child == 0) {
+            InterceptedFiles files(systemFiles(), [at](int call) {
+                if (call == at)
+                    kill(getpid(), SIGKILL);
+                return Act::passOn;
+            });
+            _exit(saveFile(folder / "cut", bytesOf(fresh), files).saved ? 0 : 1);
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        if (WIFEXITED(status)) {
+            EXPECT_EQ(WEXITSTATUS(status), 0);
+            ++completed;
+            EXPECT_GT(at, 10);
+        }
+        const std::string left = contentOf(folder / "cut");
+        EXPECT_TRUE(left == fresh || (completed == 0 && left == kOld)) << "killed at call " << at;
+    }
+}
+
+#endif
+
+#if defined(__linux__)
+
+TEST(SafeSave, KeepsTheOldFileWhenTheDiskIsFull)
+{
+    const TemporaryFolder folder;
+    if (mount("tmpfs", folder.path().c_str(), "tmpfs", 0, "size=49152") != 0)
+        GTEST_SKIP() << "needs the right to mount a small file system";
+    putContent(folder / "cut", kOld);
+    const SaveResult result = saveFile(folder / "cut", bytesOf(someBytes(1 << 20, 5)));
+    const auto files = std::distance(std::filesystem::directory_iterator(folder.path()), {});
+    const std::string left = contentOf(folder / "cut");
+    umount(folder.path().c_str());
+    EXPECT_EQ(result.cause, std::errc::no_space_on_device) << result.error;
+    EXPECT_EQ(left, kOld);
+    EXPECT_EQ(files, 1);
+}
+
+#endif
+
+} // namespace
+} // namespace cel::test
