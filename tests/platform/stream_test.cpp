@@ -165,6 +165,23 @@ StreamFile someLayers()
     return file;
 }
 
+/// The example of docs/formats/stream.md.
+TEST(ObjectStream, HasTheBytesThatAreDocumented)
+{
+    StreamFile file;
+    PStream stream(file);
+    writeObjectStreamHeader(stream);
+    writeLayer(stream, "C", [](PStream& out) {
+        out.file().setUnsignedShort(0xBBAA);
+        return static_cast<unsigned char>(4);
+    });
+    EXPECT_EQ(textOf(file.bytes()),
+              std::string("\x8B"
+                          "CEL\r\n\x1A\n\x01\0\0\0"
+                          "\x01\0\0\0C\x04\x02\0\0\0\0\0\0\0\xAA\xBB\x0A\x0B\x93\x57",
+                          32));
+}
+
 TEST(Layers, KeepTheirReadersInside)
 {
     StreamFile file = someLayers();
