@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cel/ChannelEvent.h"
+#include "cel/Simplification.h"
 #include "cel/ce_handle.h"
 #include "platform/export.h"
 #include "platform/foundation/CriticalSection.h"
@@ -25,6 +26,9 @@ namespace cel {
 struct CelState;
 CEL_API CelState inspect(const Cel& track);
 CEL_API bool sectionsMeet(const Cel& track);
+namespace detail {
+class Qualifies;
+}
 } // namespace cel
 
 /// One edit track: a channel event list.
@@ -49,6 +53,7 @@ class CEL_API Cel : public Taggable
 {
 public:
     using IdMap = std::map<IdStamp, IdStamp>;
+    using Range = NumRange<double, Ordered>;
 
     /// An empty track. @param capacity    events for which room is made; negative counts as 0.
     /// @param resolution  frame duration, see `set_resolution`.
@@ -241,6 +246,180 @@ public:
     void editChannelMaterialInfo(const LightweightString<char>& text);
     void editChannelClearCached();
 
+    // ---- cutting and trimming --------------------------------------------------------------
+
+    /// Cuts a section in two that meet at `t` and together play what the one played.
+    ///
+    ///     |      A      |   ->   |  A  |   A   |
+    ///              ^t                  ^ the result
+    /// @return the in point at `t`, also where a cut is already; unbound where no section can be
+    /// cut: outside every section and on the last one's out point.
+    /// The first half gets a copy of the section's effect object, both are fitted to their share.
+    /// One move of the events after the cut.
+    ce_handle makeCutAt(double t);
+
+    /// The first event that is selected for trimming (whose trim mark is set); not valid when there
+    /// is none. O(n).
+    ce_handle findFirstTrim();
+    ce_handle findFirstTrimMark();
+
+    /// Takes the trim selection away from every event. O(n).
+    void deselect_all_trims();
+
+    /// Ripple trim of the section of `h` by `d` seconds; `h` moves to its in point. With
+    /// `trim_start` the section grows at its head, else at its tail; all that follows moves by `d`.
+    /// `trim` leaves the section at least one frame, `trimRaw` does not look.
+    /// @return the seconds applied; 0 for an amount that is not finite.
+    /// @throws Kt::Exception::RuntimeError "Cel::trim: ceh invalid". O(events from there on).
+    double trim(ce_handle& h, double d, trim_type type);
+    double trimRaw(ce_handle& h, double d, trim_type type);
+
+    /// The largest part of `d` that the trim marks leave room for; 0 below 1e-6 s. O(n).
+    double do_trim_test(double d);
+
+    /// Trims the section of every selected event by the amount that `do_trim_test` allows, which is
+    /// the result. Kept: a section with two selections is trimmed twice. One pass, whatever the
+    /// number of selections.
+    double do_trim(double d);
+
+    // ---- editing ranges --------------------------------------------------------------------
+
+    /// Takes a stretch out of the track and closes the gap it leaves.
+    ///
+    ///     |  A  |  B  |  C  |   ->   | A|B |  C  |
+    ///        ^-----^
+    /// Sections that the ends fall into are cut first. Nothing happens when the start lies on no
+    /// section or an end is not finite. Linear in the events from the start on, one move of them.
+    void remove(const Range& range);
+
+    /// Opens a gap at `at` and fills it with what `source` has in `range`, black where it has
+    /// nothing; black alone without a source.
+    ///
+    ///     |  A  |  B  |   ->   |  A  | source |  B  |
+    ///           ^at
+    /// Inserted and later events come to lie on the track's frames. Before 0 the track is pushed
+    /// later by |at| as well; past the end the way there is filled with black.
+    /// @param idMap  identifiers that the copies of the source's effect objects get.
+    /// Linear in the events from `at` on and those inserted. The source may be the track itself.
+    void insert(const Cel* source, const Range& range, double at, const IdMap& idMap);
+
+    /// Overwrites the stretch from `at` that is as long as `range` with the source's material.
+    /// Flags of 0 keep an effect on the section when material of the same length takes its place.
+    void replace(const Cel* source, const Range& range, double at, const IdMap& idMap,
+                 Editable::ReplaceFlags flags);
+
+    // ---- new tracks out of this one ----------------------------------------------------------
+    // Each makes a track of the same resolution, which the caller owns, and leaves this one alone.
+
+    enum ExtractFlags : unsigned {
+        EXTRACT_CLAMP_END = 1,       ///< an end beyond the track's is taken back to it; without it
+                                     ///< the result is padded to the length that was asked for
+        EXTRACT_EVEN_ZERO = 2,       ///< stretches of no length are honoured, with all that lies
+                                     ///< at their ends
+        EXTRACT_KEEP_EFFECT_IDS = 4, ///< the ends keep the identifiers of temporary effects
+    };
+
+    /// The stretch between two edit times, at its own times. Never null; empty for an empty track
+    /// and a stretch of no length.
+    /// @throws Kt::Exception::RuntimeError "Cel::extract: internal error" when no section lies at
+    /// the start; Kt::Exception::Base when none lies before the end. O(log n + result).
+    Kt::Ptr<Cel> extract(double start, double end, unsigned flags) const;
+
+    /// The same, clamped to the track, with so many sections more before and after it. The last
+    /// section after it comes as a stub of no length.
+    Kt::Ptr<Cel> extract2(double start, double end, unsigned before, unsigned after) const;
+
+    /// Every event, checked as `addEvent` checks. Channel information is not copied.
+    Kt::Ptr<Cel> copy() const;
+
+    /// This track and then `other`, unchanged and unchecked: other must begin where this ends.
+    Kt::Ptr<Cel> appendCel(const Kt::Ptr<Cel>& other) const;
+
+    /// Both tracks' events in one, each where it is; null when events of both lie at the same time.
+    Kt::Ptr<Cel> overlay(const Kt::Ptr<Cel>& other, bool copyTheirObjects) const;
+
+    enum BlackEnds : int { kBlackAtStart = 1, kBlackAtEnd = 2 };
+    /// A copy with sections of black of no length at its ends.
+    /// @param type  letter of the track's material; 'S' gives black of sound.
+    Kt::Ptr<Cel> add_black_to_ends(int which, char type) const;
+
+    /// A copy on the track's frames. An in point that comes out of order is pulled back.
+    /// @throws Kt::Exception::RuntimeError "cel:failed to fixup invalid quantisation\n".
+    Kt::Ptr<Cel> quantise() const;
+
+    /// The sections in reverse order. Kept: each plays on forward from its old end, since its
+    /// velocity stays; unset velocities first to play backwards.
+    Kt::Ptr<Cel> reverse() const;
+
+    /// The stretch from `sourceStart` to `sourceEnd`, mapped onto `start` to `end` with levels
+    /// multiplied by a factor between the two given; backwards when `end` lies before `start`.
+    /// @param quantum  grid in seconds, below 1e-6 the track's frames. @param flags  of `extract`.
+    Kt::Ptr<Cel> rescale(double sourceStart, double sourceEnd, double start, double end,
+                         double levelStart, double levelEnd, double quantum, int flags) const;
+
+    // ---- changing the whole track ------------------------------------------------------------
+
+    /// Moves every event by `offset` seconds. Kept: the track does not become dirty.
+    void slide(double offset);
+
+    /// Adds the events of `other` behind this track, moved by this track's length and `offset`.
+    /// @throws Kt::Exception::RuntimeError "Cel::join: offset must be greater than zero".
+    void weld(Cel* other, double offset);
+
+    /// Moves every event, or the last one, to the nearest frame; strip times stay. No check is
+    /// made.
+    void quantiseInPlace();
+    void quantiseCelEnd();
+
+    /// Index of the first event that is off the frames; 0 when there is none, or when it is event
+    /// 0.
+    int quantise_check() const;
+
+    /// Lets every in point copy (delete) the objects of its section. @return whether any did.
+    bool copyObjects();
+    bool deleteObjects();
+
+    // ---- simplification ------------------------------------------------------------------------
+    // A range limits a simplification to the cuts in it; `Editable::invalidRange()` means the whole
+    // track. Each is one pass over the events.
+
+    /// @return whether the number of events changed.
+    bool simplify(Simplification::eType type, const Range& range);
+
+    /// A copy without match-frame cuts (`mode` other than 0 ignores levels), and if asked for
+    /// without needless black and sections of no length.
+    Kt::Ptr<Cel> simplify(int mode, bool black, bool zeroLength) const;
+
+    void simplifyAll(const Range& range);
+
+    /// Takes sections of no length out, but for those that keep two effects apart.
+    void simplifyZeroLengthSections(const Range& range);
+
+    /// Merges sections that play on seamlessly.
+    void simplifyMatchFrameCuts(const Range& range);
+
+    /// Merges black that meets black, and closes holes with black. Black at the ends stays.
+    void simplifyBlack(const Range& range);
+    Kt::Ptr<Cel> simplify_black(const Range& range) const;
+
+    /// Fills the holes between sections with black, and puts black of no length between effects.
+    void simplifyTidy(const Range& range);
+
+    bool hasRedundantCuts() const;
+    bool hasRemovableCuts(int mode) const;
+    bool hasSubFrameCuts() const;
+    bool canSimplifyBlack() const;
+
+    /// Whether there are no events; there are some in the range and all are black; none in the
+    /// range is anything but black.
+    bool is_empty() const;
+    bool is_black(const Range& range) const;
+    bool contains_only_black(const Range& range) const;
+
+    /// Whether no material longer than 1e-6 s lies in the range (on the track).
+    bool isEmpty(const Range& range) const;
+    bool is_essentially_empty() const;
+
     // ---- text edit list --------------------------------------------------------------------
 
     /// Appends the track as text lines in the frame units of a television standard. The track
@@ -285,6 +464,10 @@ protected:
     explicit Cel(BuilderType);
     Cel(BuilderType, const Cel& other);
     ~Cel() override;
+
+    /// Whether edits must show every step to the track's hooks: a derived track does, unless it
+    /// says otherwise, and one with an object store. Others are edited in one step.
+    virtual bool keepsSegmentObjects() const;
 
     /// Whether the cut at out point `index` plays on seamlessly. Reads events `index` - 1 to
     /// `index` + 2; false when they are not all there.
@@ -333,6 +516,111 @@ private:
     ce_handle handleAt(std::int64_t index) const;
     const ChannelEvent& eventOf(const ce_handle& h, const char* message) const;
     ChannelEvent& changeEventOf(const ce_handle& h, const char* message);
+
+    /// Where a cut would fall.
+    struct CutPlace
+    {
+        int in = -1;
+        int out = -1;
+        enum { nowhere, atInPoint, insideSection } kind = nowhere;
+    };
+
+    /// A cut that was made, and what it takes to undo it.
+    struct OpenedCut
+    {
+        int in;
+        int secondIn;
+        int out;
+        std::int32_t formerDirty;
+        ChannelEvent formerIn;
+        ChannelEvent formerOut;
+    };
+
+    /// What one walk over the trim selections finds.
+    struct TrimScan
+    {
+        double allowed = 0.0;
+        std::vector<int> selected;
+        bool onlyWholeSections = true; ///< each selection stands in a section of its own
+    };
+
+    /// Where an insertion goes.
+    struct InsertionPlace
+    {
+        double at = 0.0;
+        int index = 0;
+        CutPlace cut;             ///< the section that the material splits, if it does
+        bool inGap = false;       ///< no section holds the place: black fills up to it
+        double blackBehind = 0.0; ///< seconds by which the track is pushed later as well
+    };
+
+    /// One edit of a stretch of events, worked out before anything changes.
+    struct Splice
+    {
+        std::size_t first = 0;            ///< the events from here ...
+        std::size_t end = 0;              ///< ... to here go
+        std::vector<ChannelEvent> events; ///< these take their place
+        std::size_t moving = 0;           ///< those from here on move with the rest of the track,
+        double closed = 0.0;              ///< by these seconds
+        double opened = 0.0;              ///< and these, onto the grid
+        bool ontoGrid = false;
+
+        bool changesAnything() const { return end > first || !events.empty(); }
+    };
+    class InsertedMaterial;
+    class Extraction;
+    class Compaction;
+
+    /// A place behind an out point where a section of black goes.
+    struct BlackGap
+    {
+        std::size_t out;
+        Cookie black;
+        bool empty; ///< of no length; else up to the next in point
+    };
+
+    void apply(const Splice& splice);
+    bool isPlain(const CutPlace& place) const;
+    Splice spliceOut(const Range& range, const CutPlace& from, const CutPlace& to) const;
+    Splice spliceAt(const InsertionPlace& place) const;
+    void removeStepByStep(const Range& range, const CutPlace& from);
+    void insertFrom(const Cel* source, const Range& range, double at, const IdMap& idMap);
+    InsertionPlace placeOfInsertion(double at) const;
+    int inPointAt(double at) const;
+    void putIn(const InsertedMaterial& material, Splice splice, const InsertionPlace& place);
+    void alignOutPoint(std::size_t index, double t);
+    ce_handle effectToKeep(const Cel* source, const Range& range, double at) const;
+    void replaceFrom(const Cel* source, const Range& range, double at, const IdMap& idMap);
+    bool replaceAtOnce(const Cel* source, const Range& range, const Range& onto,
+                       const IdMap& idMap);
+
+    CutPlace placeOfCut(double t) const;
+    OpenedCut openCut(const CutPlace& place, double t);
+    int secondInIndex(const CutPlace& place, double t) const;
+    void shareSegmentObject(const OpenedCut& cut, double share);
+    void undoCut(const OpenedCut& cut) noexcept;
+
+    Kt::Ptr<Cel> extractAux(double start, double end, unsigned flags, unsigned before,
+                            unsigned after) const;
+    Kt::Ptr<Cel> emptyTrackFor(std::size_t events) const;
+    Kt::Ptr<Cel> merge(const Cel& other, bool copyTheirObjects) const;
+    bool changeObjects(bool (ChannelEvent::*change)());
+    void repairQuantised(const ChannelEvent& refused, const ChannelEvent* before);
+
+    bool bordersEffects(std::size_t kept, std::size_t index) const;
+    void mergeMatchFrameCuts(const Range& range, int ignoreLevels);
+    void tidyBlackVelocities();
+    void fillGaps(const std::vector<BlackGap>& gaps);
+    void collectHoles(const cel::detail::Qualifies& qualifies, std::vector<BlackGap>& holes) const;
+    void joinBlack(Compaction& pass, std::vector<IdStamp>& merged);
+    template <class Test>
+    bool anyMaterial(const Test& test) const;
+
+    double trimAux(ce_handle& h, double d, trim_type type, bool keepFrame);
+    double feedInBlack(ce_handle& h, double d);
+    TrimScan scanTrims(double d) const;
+    void trimOneByOne(const TrimScan& scan);
+    void trimSelectedSections(const TrimScan& scan);
 
     bool checkEventOrder() const;
     void fixOutOfOrderEvents();

@@ -441,16 +441,11 @@ ce_handle ce_handle::find_next_trim_mark() const
 
 int ce_handle::get_trim_mark() const
 {
-    const trim_type own = get_trim_type();
-    if (is_in_point())
-        return own == trim_black || own == trim_roll_black;
-    if (!is_out_point())
-        return 0;
-
-    const ce_handle in = matching_in_ceh();
-    const trim_type ofIn = in.valid() ? in.get_trim_type() : trim_none;
-    const bool turned = ofIn == trim_start || ofIn == trim_roll_black;
-    return turned != (own == trim_end);
+    get_trim_type(); // refuses a handle without an event
+    const std::span events = std::as_const(*its_cel_).events();
+    const int in = cel::detail::matchingIn(events, index_);
+    return cel::detail::trimMark(events[static_cast<std::size_t>(index_)],
+                                 in < 0 ? nullptr : &events[static_cast<std::size_t>(in)]);
 }
 
 // ---- CEHPair ----------------------------------------------------------------------------------

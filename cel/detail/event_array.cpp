@@ -1,5 +1,6 @@
 #include "cel/detail/event_array.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 
@@ -112,6 +113,18 @@ int matchingOut(ConstEventSpan events, int index)
     while (index < count && events[static_cast<std::size_t>(index)].info() != out_point)
         ++index;
     return index;
+}
+
+bool trimMark(const ChannelEvent& event, const ChannelEvent* in)
+{
+    const trim_type own = event.get_trim_type();
+    if (event.info() == in_point)
+        return own == trim_black || own == trim_roll_black;
+    if (event.info() != out_point)
+        return false;
+    const trim_type ofIn = in ? in->get_trim_type() : trim_none;
+    const bool turned = ofIn == trim_start || ofIn == trim_roll_black;
+    return turned != (own == trim_end);
 }
 
 void shiftEditTimes(EventSpan events, double seconds)

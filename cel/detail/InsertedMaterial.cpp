@@ -1,0 +1,202 @@
+#include "cel/detail/InsertedMaterial.h"
+
+#include "cel/detail/grid.h"
+#include "platform/support/Log.h"
+
+#include <algorithm>
+
+using cel::kTimeEpsilon;
+using cel::detail::effectiveSpeed;
+using cel::detail::isAfter;
+using cel::detail::levelAt;
+using cel::detail::toGrid;
+
+/// The part of a source section that lies in the range, in times of the source.
+struct Cel::InsertedMaterial::Clip
+{
+    Clip(const ChannelEvent& in, const ChannelEvent& out, const Range& range)
+        : headCut(isAfter(range.start(), in.edit_time()))
+        , tailCut(isAfter(out.edit_time(), range.end()))
+        , start(headCut ? range.start() : in.edit_time())
+        , end(tailCut ? range.end() : out.edit_time())
+        , share(headCut || tailCut ? (end - start) / (out.edit_time() - in.edit_time()) : 1.0)
+    {
+    }
+
+    ParamResizeMethod method() const
+    {
+        return headCut && !tailCut ? kResizeKeepTail : kResizeKeepHead;
+    }
+
+    bool headCut; ///< the section begins before the range
+    bool tailCut; ///< the section ends after the range
+    double start;
+    double end;
+    double share; ///< of the section's duration
+};
+
+Cel::InsertedMaterial::InsertedMaterial(Cel& track, const Range& range, double at,
+                                        const IdMap& idMap)
+    : track_(track)
+    , range_(range)
+    , at_(at)
+    , idMap_(idMap)
+    , reached_(range.start())
+{
+}
+
+double Cel::InsertedMaterial::onTrack(double sourceTime) const
+{
+    return toGrid(sourceTime + (at_ - range_.start()), track_.resolution_);
+}
+
+bool Cel::InsertedMaterial::build(const Cel* source)
+{
+    const double half = track_.resolution_ * 0.5;
+    const bool covered = source && source->numEvents() > 0 &&
+                         range_.end() > source->get_start_time() + half &&
+                         range_.start() < source->get_end_time() - half;
+    if (covered)
+        return buildSections(*source);
+    buildBlack();
+    return true;
+}
+
+void Cel::InsertedMaterial::buildBlack()
+{
+    const double start = onTrack(range_.start());
+    const double length = toGrid(range_.length(), track_.resolution_);
+    cel::detail::appendBlack(events_, track_.getBlackCookie(), start, start + length);
+}
+
+bool Cel::InsertedMaterial::buildSections(const Cel& source)
+{
+    const std::span events = source.events();
+    const double half = track_.resolution_ * 0.5;
+    int first = cel::detail::findEvent(events, range_.start() + half, in_point, -1);
+    int last = cel::detail::findEvent(events, range_.end() - half, in_point, -1);
+    if (first < 0)
+        first = 0;
+    if (last < 0)
+        last = cel::detail::matchingIn(events, source.numEvents() - 1);
+    if (last < 0) {
+        LogBoth("Cel::insert() assertion failed (srcInH.valid() && srcOutH.valid())\n");
+        return false;
+    }
+    // A range shorter than a frame may lie across a cut.
+    last = std::max(first, last);
+
+    events_.reserve(static_cast<std::size_t>(last - first) + 6);
+    for (int in = first; in <= last;) {
+        const int out = cel::detail::matchingOut(events, in);
+        if (out == source.numEvents())
+            break;
+        addSection(source, in, out);
+        in = out + 1;
+        while (in < source.numEvents() && events[static_cast<std::size_t>(in)].info() != in_point)
+            ++in;
+    }
+    fillUpTo(range_.end());
+    return true;
+}
+
+void Cel::InsertedMaterial::addSection(const Cel& source, int in, int out)
+{
+    const std::span events = source.events();
+    const ChannelEvent& sourceIn = events[static_cast<std::size_t>(in)];
+    const ChannelEvent& sourceOut = events[static_cast<std::size_t>(out)];
+    const Cookie material = sourceIn.strip_name();
+    // What this track cannot hold stays out; the next fill puts black in its place.
+    const bool refused = !material.isBlack() && !track_.canReferTo(material.type());
+    if (refused || isAfter(range_.start(), sourceOut.edit_time()))
+        return;
+
+    const Clip clip(sourceIn, sourceOut, range_);
+    fillUpTo(clip.start);
+    addIn(source, in, sourceOut, clip);
+    for (const ChannelEvent& change :
+         events.subspan(static_cast<std::size_t>(in) + 1, static_cast<std::size_t>(out - in) - 1)) {
+        if (isAfter(clip.start, change.edit_time()) || isAfter(change.edit_time(), clip.end))
+            continue;
+        events_.push_back(change);
+        events_.back().edit_time(onTrack(change.edit_time()));
+    }
+    addOut(sourceIn, sourceOut, clip);
+    reached_ = clip.end;
+    hasSection_ = true;
+}
+
+void Cel::InsertedMaterial::addIn(const Cel& source, int in, const ChannelEvent& sourceOut,
+                                  const Clip& clip)
+{
+    const ChannelEvent& sourceIn = source.events_[static_cast<std::size_t>(in)];
+    ChannelEvent event = sourceIn;
+    event.edit_time(onTrack(clip.start));
+    if (clip.headCut) {
+        event.strip_time(sourceIn.strip_time() +
+                         effectiveSpeed(sourceIn) * (clip.start - sourceIn.edit_time()));
+        event.level_sc(levelAt(sourceIn, sourceOut, clip.start));
+        event.audioRampWord(0);
+    }
+    if (clip.tailCut)
+        cel::detail::limitRamp(event, clip.end - clip.start, track_.resolution_);
+    if (!hasSection_)
+        event.editGraph(ChannelEvent::newId());
+    if (!event.strip_name().isBlack())
+        shareObject(source.handleAt(in), event, clip);
+    events_.push_back(event);
+}
+
+void Cel::InsertedMaterial::addOut(const ChannelEvent& sourceIn, const ChannelEvent& sourceOut,
+                                   const Clip& clip)
+{
+    ChannelEvent event = sourceOut;
+    event.edit_time(onTrack(clip.end));
+    event.editGraph(ChannelEvent::newId());
+    if (clip.tailCut) {
+        event.strip_time(sourceIn.strip_time() +
+                         effectiveSpeed(sourceIn) * (clip.end - sourceIn.edit_time()));
+        event.level_sc(levelAt(sourceIn, sourceOut, clip.end));
+    }
+    if (clip.headCut || clip.tailCut)
+        cel::detail::limitRamp(event, clip.end - clip.start, track_.resolution_);
+    events_.push_back(event);
+}
+
+void Cel::InsertedMaterial::shareObject(const ce_handle& source, ChannelEvent& event,
+                                        const Clip& clip)
+{
+    const IdStamp original = source.getEffectGraph();
+    made_.push_back(original);
+    track_.copySegmentObject(source, event, idMap_, clip.share, clip.method());
+    if (event.editGraph() == original)
+        made_.pop_back();
+    else
+        made_.back() = event.editGraph();
+    if (clip.share != 1.0)
+        track_.resizeSegmentObject(event.editGraph(), clip.share, clip.method());
+}
+
+void Cel::InsertedMaterial::fillUpTo(double sourceTime)
+{
+    const double target = onTrack(sourceTime);
+    const double from = events_.empty() ? onTrack(range_.start()) : events_.back().edit_time();
+    const double missing = sourceTime - reached_;
+    reached_ = sourceTime;
+    if (!isAfter(target, from))
+        return;
+    if (events_.empty() || toGrid(missing, track_.resolution_) > 0.0) {
+        cel::detail::appendBlack(events_, track_.getBlackCookie(), from, target);
+        return;
+    }
+    // Less than half a frame short: the section in front goes on.
+    ChannelEvent& out = events_.back();
+    out.strip_time(out.strip_time() + effectiveSpeed(out) * missing);
+    out.edit_time(target);
+}
+
+void Cel::InsertedMaterial::abandon() noexcept
+{
+    for (; !made_.empty(); made_.pop_back())
+        track_.destroySegmentObject(made_.back());
+}

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "cel/Cel.h"
+#include "cel/detail/sections.h"
+
+#include <vector>
+
+/// Builds, aside, the events that an insertion puts into a track: the part of a source that lies in
+/// a range, moved to its place and onto the track's frames, black where the source has nothing.
+///
+/// The track itself is not touched; its hooks are called for each section copied. `abandon` undoes
+/// what they did.
+class Cel::InsertedMaterial
+{
+public:
+    /// @param at  edit time of the range's start on the track.
+    InsertedMaterial(Cel& track, const Range& range, double at, const IdMap& idMap);
+
+    /// Builds from a source, or black alone from none. @return false when the source has no whole
+    /// section where one must be.
+    bool build(const Cel* source);
+
+    /// Destroys the effect objects that the hooks made, the last one first.
+    void abandon() noexcept;
+
+    const cel::detail::EventVector& events() const { return events_; }
+    double start() const { return events_.front().edit_time(); }
+    double end() const { return events_.back().edit_time(); }
+
+private:
+    struct Clip;
+
+    void buildBlack();
+    bool buildSections(const Cel& source);
+    void addSection(const Cel& source, int in, int out);
+    void addIn(const Cel& source, int in, const ChannelEvent& sourceOut, const Clip& clip);
+    void addOut(const ChannelEvent& sourceIn, const ChannelEvent& sourceOut, const Clip& clip);
+    void shareObject(const ce_handle& source, ChannelEvent& event, const Clip& clip);
+    void fillUpTo(double sourceTime);
+    double onTrack(double sourceTime) const;
+
+    Cel& track_;
+    const Range range_;
+    const double at_;
+    const IdMap& idMap_;
+    double reached_; ///< time of the source up to which the events go
+    bool hasSection_ = false;
+    cel::detail::EventVector events_;
+    std::vector<IdStamp> made_; ///< identifiers that the hooks gave to copied sections
+};

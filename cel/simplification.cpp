@@ -1,0 +1,239 @@
+#include "cel/Cel.h"
+
+#include "cel/detail/Compaction.h"
+#include "cel/detail/Qualifies.h"
+#include "cel/detail/room.h"
+#include "cel/detail/sections.h"
+#include "platform/foundation/compare.h"
+
+#include <algorithm>
+
+using cel::kTimeEpsilon;
+using cel::detail::Qualifies;
+
+bool Cel::simplify(Simplification::eType type, const Range& range)
+{
+    const std::size_t before = events_.size();
+    switch (type) {
+    case Simplification::kAll:
+        simplifyAll(range);
+        break;
+    case Simplification::kZeroLength:
+        simplifyZeroLengthSections(range);
+        break;
+    case Simplification::kBlack:
+        simplifyBlack(range);
+        break;
+    case Simplification::kQuantiseInPlace:
+        quantiseInPlace();
+        break;
+    case Simplification::kMatchFrameCuts:
+        simplifyMatchFrameCuts(range);
+        break;
+    }
+    // Kept: events that only moved are no change.
+    return events_.size() != before;
+}
+
+void Cel::simplifyAll(const Range& range)
+{
+    simplifyZeroLengthSections(range);
+    simplifyBlack(range);
+    simplifyMatchFrameCuts(range);
+    // Kept: the whole track, whatever the range.
+    simplifyTidy(Editable::invalidRange());
+    tidyBlackVelocities();
+    quantiseInPlace();
+}
+
+// ---- sections of no length --------------------------------------------------------------------
+
+void Cel::simplifyZeroLengthSections(const Range& range)
+{
+    const Qualifies qualifies(range);
+    const auto goes = [&](std::size_t kept, std::size_t index, const ChannelEvent& in,
+                          const ChannelEvent& out) {
+        return qualifies(in.edit_time()) && in.sub_frame_cut(out, kTimeEpsilon) &&
+               !bordersEffects(kept, index);
+    };
+    if (keepsSegmentObjects()) {
+        for (std::size_t i = 0; i + 1 < events_.size();)
+            if (goes(i, i, events_[i], events_[i + 1]))
+                removeEventPair(static_cast<int>(i), true);
+            else
+                i += 2;
+        return;
+    }
+
+    // One pass: what stays moves up over what went, earlier by the length of all that went.
+    Compaction pass(*this);
+    while (pass.read + 1 < events_.size()) {
+        ChannelEvent in = events_[pass.read];
+        ChannelEvent out = events_[pass.read + 1];
+        in.edit_time(in.edit_time() + pass.shift);
+        out.edit_time(out.edit_time() + pass.shift);
+        if (goes(pass.write, pass.read, in, out)) {
+            pass.drop(2);
+            pass.shift += in.edit_time() - out.edit_time();
+        } else {
+            pass.keep(2);
+        }
+    }
+    pass.finish();
+}
+
+bool Cel::bordersEffects(std::size_t kept, std::size_t index) const
+{
+    // `kept` events stand in front of the section; behind it nothing was taken out yet.
+    const bool isFirst = kept < 2;
+    const bool isLast = index + 2 >= events_.size();
+    const bool effectBefore = !isFirst && events_[kept - 1].strip_name().isEffect();
+    const bool effectBehind = !isLast && events_[index + 2].strip_name().isEffect();
+    if (isFirst)
+        return effectBehind;
+    return isLast ? effectBefore : effectBefore && effectBehind;
+}
+
+// ---- cuts after which the same material plays on ------------------------------------------------
+
+void Cel::simplifyMatchFrameCuts(const Range& range)
+{
+    if (!keepsSegmentObjects()) {
+        mergeMatchFrameCuts(range, 0);
+        return;
+    }
+    const Qualifies qualifies(range);
+    for (int i = 1; i < numEvents() - 2;) {
+        const auto out = static_cast<std::size_t>(i);
+        if (qualifies(events_[out].edit_time()) && isMatchFrameCut(i)) {
+            events_[out] = events_[out + 2];
+            removeEventPair(i + 1, false);
+        } else {
+            i += 2;
+        }
+    }
+}
+
+void Cel::mergeMatchFrameCuts(const Range& range, int ignoreLevels)
+{
+    const Qualifies qualifies(range);
+    Compaction pass(*this);
+    pass.keep(std::min<std::size_t>(events_.size(), 2));
+    while (pass.read + 1 < events_.size()) {
+        ChannelEvent& out = events_[pass.write - 1];
+        const ChannelEvent& nextOut = events_[pass.read + 1];
+        if (qualifies(out.edit_time()) &&
+            out.removable_with(events_[pass.write - 2], events_[pass.read], nextOut,
+                               ignoreLevels)) {
+            out = nextOut;
+            pass.drop(2);
+        } else {
+            pass.keep(2);
+        }
+    }
+    pass.finish();
+}
+
+// ---- tidying ------------------------------------------------------------------------------------
+
+void Cel::simplifyTidy(const Range& range)
+{
+    const Qualifies qualifies(range);
+    std::vector<BlackGap> gaps;
+    for (std::size_t out = 1; out + 2 < events_.size(); out += 2) {
+        const ChannelEvent& before = events_[out];
+        const ChannelEvent& next = events_[out + 1];
+        const bool meet = valEqualsVal(before.edit_time(), next.edit_time());
+        const bool effects = before.strip_name().isEffect() && next.strip_name().isEffect();
+        if (!qualifies(next.edit_time()) ||
+            (meet ? !effects : !(next.edit_time() > before.edit_time())))
+            continue;
+        const bool sound = before.strip_name().type() == kAudioCookie;
+        gaps.push_back({out, sound ? audio_black : video_black, meet});
+    }
+    fillGaps(gaps);
+}
+
+void Cel::fillGaps(const std::vector<BlackGap>& gaps)
+{
+    if (gaps.empty())
+        return;
+    // From the end, so that every event moves once and to its final place.
+    cel::detail::reserveMore(events_, 2 * gaps.size());
+    std::size_t read = events_.size();
+    events_.insert(events_.end(), 2 * gaps.size(), events_.back());
+    std::size_t write = events_.size();
+    for (auto gap = gaps.rbegin(); gap != gaps.rend(); ++gap) {
+        const std::size_t behind = gap->out + 1;
+        std::move_backward(events_.begin() + static_cast<std::ptrdiff_t>(behind),
+                           events_.begin() + static_cast<std::ptrdiff_t>(read),
+                           events_.begin() + static_cast<std::ptrdiff_t>(write));
+        write -= read - behind;
+        read = behind;
+        const double start = events_[gap->out].edit_time();
+        const double end = gap->empty ? start : events_[write].edit_time();
+        const auto [in, out] = cel::detail::blackSection(gap->black, start, end);
+        events_[--write] = out;
+        events_[--write] = in;
+        adjustEventCounts(in, true);
+        adjustEventCounts(out, true);
+        if (pendingInIndex_ >= static_cast<std::int32_t>(behind))
+            pendingInIndex_ += 2;
+    }
+    dirty_ = 1;
+}
+
+void Cel::tidyBlackVelocities()
+{
+    for (std::size_t i = 0; i + 1 < events_.size(); ++i) {
+        ChannelEvent& in = events_[i];
+        ChannelEvent& out = events_[i + 1];
+        if (!in.strip_name().isBlack() || in.strip_name().compare(out.strip_name()) != 0 ||
+            in.info() != in_point || out.info() != out_point)
+            continue;
+        const double strip = in.strip_time() + (out.edit_time() - in.edit_time());
+        if (in.velocity() == 1.0F && out.velocity() == 1.0F && out.strip_time() == strip)
+            continue;
+        in.velocity(1.0F);
+        out.velocity(1.0F);
+        out.strip_time(strip);
+        dirty_ = 1;
+    }
+}
+
+// ---- is there anything to simplify? -------------------------------------------------------------
+
+bool Cel::hasRedundantCuts() const
+{
+    for (std::size_t i = 0; i + 1 < events_.size(); ++i)
+        if (events_[i].redundant(events_[i + 1]))
+            return true;
+    return false;
+}
+
+bool Cel::hasSubFrameCuts() const
+{
+    for (std::size_t i = 0; i + 1 < events_.size(); ++i)
+        if (events_[i].sub_frame_cut(events_[i + 1], kTimeEpsilon))
+            return true;
+    return false;
+}
+
+bool Cel::hasRemovableCuts(int mode) const
+{
+    for (std::size_t i = 1; i + 2 < events_.size(); ++i)
+        if (events_[i].removable_with(events_[i - 1], events_[i + 1], events_[i + 2], mode))
+            return true;
+    return false;
+}
+
+Kt::Ptr<Cel> Cel::simplify(int mode, bool black, bool zeroLength) const
+{
+    Kt::Ptr<Cel> track = copy();
+    track->mergeMatchFrameCuts(Editable::invalidRange(), mode);
+    if (black)
+        track->simplifyBlack(Editable::invalidRange());
+    if (zeroLength)
+        track->simplifyZeroLengthSections(Editable::invalidRange());
+    return track;
+}

@@ -1,0 +1,116 @@
+#include "cel/Cel.h"
+
+#include "cel/detail/faults.h"
+#include "cel/detail/grid.h"
+#include "cel/detail/sections.h"
+#include "platform/support/Log.h"
+
+#include <algorithm>
+#include <cmath>
+
+using cel::detail::fail;
+using cel::detail::kCelModule;
+using cel::detail::toGrid;
+
+// ---- onto the frames --------------------------------------------------------------------------
+
+Kt::Ptr<Cel> Cel::quantise() const
+{
+    Kt::Ptr<Cel> track = emptyTrackFor(events_.size());
+    for (std::size_t i = 0; i < events_.size(); ++i) {
+        const ChannelEvent onGrid = events_[i].quantise(resolution_);
+        if (!track->addEvent(onGrid))
+            track->repairQuantised(onGrid, i == 0 ? nullptr : &events_[i - 1]);
+    }
+    return track;
+}
+
+void Cel::repairQuantised(const ChannelEvent& refused, const ChannelEvent* before)
+{
+    if (!before)
+        fail("cel:failed to fixup invalid quantisation\n", kCelModule, __LINE__);
+    events_.pop_back();
+    ChannelEvent repaired = refused;
+    repaired.edit_time(before->edit_time());
+    repaired.strip_time(refused.strip_time() - (refused.edit_time() - before->edit_time()));
+    repaired = repaired.quantise(resolution_);
+    // An out point has lost its section with this and stays refused.
+    pendingInIndex_ = -1;
+    if (!addEvent(repaired))
+        fail("cel:failed to fixup invalid quantisation\n", kCelModule, __LINE__);
+    LogBoth("cel:fixed invalid quantisation old st %.2f et %.2f, new st %.2f et %.2f\n",
+            refused.strip_time(), refused.edit_time(), repaired.strip_time(), repaired.edit_time());
+}
+
+void Cel::quantiseInPlace()
+{
+    bool moved = false;
+    for (ChannelEvent& event : events_) {
+        const double onGrid = toGrid(event.edit_time(), resolution_);
+        moved |= onGrid != event.edit_time();
+        event.edit_time(onGrid);
+    }
+    if (moved)
+        dirty_ = 1;
+}
+
+void Cel::quantiseCelEnd()
+{
+    if (events_.empty())
+        return;
+    const ChannelEvent onGrid = events_.back().quantise(resolution_);
+    if (onGrid.edit_time() != events_.back().edit_time())
+        dirty_ = 1;
+    events_.back() = onGrid;
+}
+
+int Cel::quantise_check() const
+{
+    const auto off =
+        std::find_if(events_.begin(), events_.end(), [this](const ChannelEvent& event) {
+            return !isQuantised(event.edit_time(), resolution_);
+        });
+    return off == events_.end() ? 0 : static_cast<int>(off - events_.begin());
+}
+
+// ---- backwards --------------------------------------------------------------------------------
+
+Kt::Ptr<Cel> Cel::reverse() const
+{
+    Kt::Ptr<Cel> track = emptyTrackFor(events_.size());
+    for (auto event = events_.rbegin(); event != events_.rend(); ++event)
+        track->addEvent(event->reverse(get_start_time(), get_end_time()));
+    for (std::size_t i = 0; i + 1 < track->events_.size(); ++i) {
+        track->events_[i].editGraph(track->events_[i + 1].editGraph());
+        track->events_[i + 1].editGraph(IdStamp(0, 0, 0));
+    }
+    return track;
+}
+
+// ---- to another length ------------------------------------------------------------------------
+
+Kt::Ptr<Cel> Cel::rescale(double sourceStart, double sourceEnd, double start, double end,
+                          double levelStart, double levelEnd, double quantum, int flags) const
+{
+    if (sourceStart > sourceEnd) {
+        qa_splat("Cel::rescale: ets must be < ete", 0);
+        return emptyTrackFor(0);
+    }
+    const double grid = quantum >= cel::kTimeEpsilon ? quantum : resolution_;
+    const bool backwards = end < start;
+    const double from = std::min(start, end);
+    const double to = std::max(start, end);
+    const Kt::Ptr<Cel> stretch = extract(sourceStart, sourceEnd, static_cast<unsigned>(flags));
+    Kt::Ptr<Cel> track = emptyTrackFor(stretch->events_.size());
+    for (const ChannelEvent& event : stretch->events_) {
+        const ChannelEvent scaled =
+            event.rescale(from, to, sourceStart, sourceEnd, levelStart, levelEnd).quantise(grid);
+        // Backwards the events keep their unset speed until reverse() lays them anew: so they
+        // play backwards, not in backward order.
+        if (backwards)
+            track->events_.push_back(scaled);
+        else
+            track->addEvent(scaled);
+    }
+    return backwards ? track->reverse() : track;
+}
