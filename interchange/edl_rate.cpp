@@ -128,16 +128,15 @@ RateGuess guessRate(const EditList& list)
         if (possible && ordinary && (best == kRates.size() || votes[i] > votes[best]))
             best = i;
     }
-    const std::string seen = "its highest frame number, in " +
-                             counted(numbers.timecodes, "timecode") + ", is " +
-                             std::to_string(highest);
+    const std::string seen = "its " + counted(numbers.timecodes, "timecode") +
+                             " go up to frame " + std::to_string(highest);
     if (best == kRates.size())
         return {{highest + 1, 1, false}, seen};
     if (votes[best] == 0)
         return {{kRates[best], 1, false}, seen};
     return {{kRates[best], 1, false},
-            seen + ", and at " + std::to_string(kRates[best]) + " source and record of " +
-                counted(votes[best], "event") + " last equally long that would not otherwise"};
+            seen + ", and only " + std::to_string(kRates[best]) + " makes source and record of " +
+                counted(votes[best], "event") + " equally long"};
 }
 
 } // namespace cel::edl

@@ -3,6 +3,8 @@
 #include "interchange/text_lines.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <cmath>
 #include <set>
 #include <tuple>
@@ -118,6 +120,37 @@ bool isOutgoingHalf(const Event& event, const Event& next)
     return event.recordFrames() == 0 && event.transition == Transition::cut &&
            next.group == event.group && next.transition != Transition::cut;
 }
+
+/// The last event on each channel: what a transition leads away from, wherever the lines of other
+/// channels stand in between.
+class LastEvents
+{
+public:
+    void note(Event& event)
+    {
+        for (int i = 0; i < kMostChannels; ++i) {
+            if (event.channels.picture >> i & 1U)
+                picture_[static_cast<std::size_t>(i)] = &event;
+            if (event.channels.sound >> i & 1U)
+                sound_[static_cast<std::size_t>(i)] = &event;
+        }
+    }
+
+    /// Null when nothing stands before the event on its first channel.
+    Event* before(const Event& event) const
+    {
+        const ChannelSet& channels = event.channels;
+        if (channels.empty())
+            return nullptr;
+        return channels.picture != 0
+                   ? picture_[static_cast<std::size_t>(std::countr_zero(channels.picture))]
+                   : sound_[static_cast<std::size_t>(std::countr_zero(channels.sound))];
+    }
+
+private:
+    std::array<Event*, kMostChannels> picture_{};
+    std::array<Event*, kMostChannels> sound_{};
+};
 
 /// Gives the clip names of a transition to the event before it and to the one that comes in.
 void settleNames(Event& event, Event* before, LossLedger& losses)
@@ -278,7 +311,7 @@ void resolveTimes(EditList& list, const FrameRate& rate, LossLedger& losses)
 
 void settleTransitions(EditList& list, LossLedger& losses)
 {
-    Event* before = nullptr;
+    LastEvents last;
     for (std::size_t i = 0; i < list.events.size(); ++i) {
         Event& event = list.events[i];
         if (!event.plays)
@@ -294,7 +327,7 @@ void settleTransitions(EditList& list, LossLedger& losses)
         }
         if (event.transition != Transition::cut) {
             noteTransition(event, losses);
-            settleNames(event, before, losses);
+            settleNames(event, last.before(event), losses);
         } else if (!event.toClip.text.empty()) {
             losses.add(event.toClip.line, "comment",
                        "a cut has no second clip; its name is not kept: " +
@@ -307,7 +340,7 @@ void settleTransitions(EditList& list, LossLedger& losses)
         else if (event.recordFrames() < 0)
             silence(event, "timecode", "its record out lies before its record in", losses);
         else
-            before = &event;
+            last.note(event);
     }
 }
 
