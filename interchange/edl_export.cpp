@@ -230,7 +230,7 @@ public:
              recordTimecode(row.start) + " " + recordTimecode(row.end));
         for (const SectionLoss& loss : row.losses)
             losses_.add(line_, loss.kind, "event " + event + ": " + loss.text);
-        if (reel.isShortened && material)
+        if (reel.isChanged && material)
             losses_.add(line_, "reel",
                         "reel " + quoted(material->reel) + " is written as " + reel.text);
         if (row.hasSpeed)

@@ -15,6 +15,9 @@ using edl::Event;
 /// Sections that one import makes at most, so that no small file grows without bound.
 constexpr std::size_t kMostSections = 1'000'000;
 
+/// Overlaps that are told one by one.
+constexpr std::size_t kMostOverlaps = 10'000;
+
 /// An event on one track.
 struct Piece
 {
@@ -28,9 +31,11 @@ struct Piece
 class TrackLayout
 {
 public:
-    TrackLayout(std::string name, LossLedger& losses)
+    /// @param overlaps  how many were told so far, on all tracks.
+    TrackLayout(std::string name, LossLedger& losses, std::size_t& overlaps)
         : name_(std::move(name))
         , losses_(losses)
+        , overlaps_(overlaps)
     {
     }
 
@@ -55,6 +60,9 @@ private:
         const std::int64_t over = earlier.end - later.start;
         earlier.end = later.start;
         const bool remains = earlier.end > earlier.start;
+        // A list that overlaps everywhere would have a story to tell for each of its channels.
+        if (++overlaps_ > kMostOverlaps)
+            return remains;
         losses_.add(
             earlier.event->line, "overlap",
             edl::nameOf(*earlier.event) +
@@ -66,6 +74,7 @@ private:
 
     std::string name_;
     LossLedger& losses_;
+    std::size_t& overlaps_;
 };
 
 /// Makes the tracks of a cut from the events of a list.
@@ -85,6 +94,10 @@ public:
             addTrack(kVideoCookie, static_cast<int>(i) + 1, picture_[i]);
         for (std::size_t i = 0; i < sound_.size(); ++i)
             addTrack(kAudioCookie, static_cast<int>(i) + 1, sound_[i]);
+        if (overlaps_ > kMostOverlaps)
+            losses_.add(0, "overlap",
+                        std::to_string(overlaps_ - kMostOverlaps) +
+                            " more overlaps were resolved in the same way");
     }
 
 private:
@@ -123,7 +136,7 @@ private:
             return;
         const Kt::Ptr<Cel> track = cut_.addTrack(kind, number);
         const std::string name = std::string(track->editChannelName().view());
-        pieces = TrackLayout(name, losses_).lay(std::move(pieces));
+        pieces = TrackLayout(name, losses_, overlaps_).lay(std::move(pieces));
         std::int64_t end = 0;
         for (const Piece& piece : pieces) {
             if (piece.start > end)
@@ -166,6 +179,7 @@ private:
 
     Cut& cut_;
     LossLedger& losses_;
+    std::size_t overlaps_ = 0;
     Channels picture_{static_cast<std::size_t>(edl::kMostChannels)};
     Channels sound_{static_cast<std::size_t>(edl::kMostChannels)};
 };

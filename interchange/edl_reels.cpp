@@ -1,6 +1,7 @@
 #include "interchange/edl_reels.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace cel {
 
@@ -33,12 +34,12 @@ void EdlReels::reserve(const std::string& reel)
 EdlReels::Name EdlReels::nameOf(const std::string& reel)
 {
     if (reel.empty())
-        return {kAuxiliary, true};
+        return {kAuxiliary, !std::exchange(toldAuxiliary_, true)};
     if (fits(reel))
         return {reel, false};
     const auto known = shortened_.find(reel);
     if (known != shortened_.end())
-        return {known->second, true};
+        return {known->second, false};
 
     std::string plain = reel;
     std::replace_if(

@@ -15,18 +15,19 @@ public:
     struct Name
     {
         std::string text;
-        bool isShortened = false; ///< it is not the reel's own name
+        bool isChanged = false; ///< it is not the reel's own, and this was not told before
     };
 
     /// Keeps a name that fits for the reel that has it, so that no shortened one takes it.
     void reserve(const std::string& reel);
 
-    /// The name in the list; the same for the same reel. A reel without a name is "AX".
+    /// The name in the list; the same for the same reel. A reel without a name "AX".
     Name nameOf(const std::string& reel);
 
 private:
     std::set<std::string, std::less<>> taken_{"AX", "BL"};
     std::map<std::string, std::string> shortened_;
+    bool toldAuxiliary_ = false;
 };
 
 } // namespace cel

@@ -376,17 +376,19 @@ void compareDurations(const EditList& list, const FrameRate& rate, LossLedger& l
             continue;
         }
         const double velocity = velocityOf(event, rate);
+        const bool hasSpeed = event.speedFramesPerSecond.has_value();
         if (event.saysFreeze && velocity != 0.0)
             losses.add(event.line, "speed",
                        nameOf(event) + " is called a freeze frame, but its speed line says "
                                        "otherwise and was followed");
-        const bool agrees = velocity == 1.0 && !event.speedFramesPerSecond
+        const bool agrees = velocity == 1.0 && !hasSpeed
                                 ? event.sourceFrames() == event.recordFrames()
                                 : explains(velocity, event, rate);
         if (!agrees)
             losses.add(event.line, "duration",
                        nameOf(event) + ": the source lasts " + frames(event.sourceFrames()) +
                            ", the record " + frames(event.recordFrames()) +
+                           (hasSpeed ? ", which its speed does not explain" : "") +
                            "; the record's length and the source in were kept");
     }
 }
