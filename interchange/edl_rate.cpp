@@ -128,8 +128,8 @@ RateGuess guessRate(const EditList& list)
         if (possible && ordinary && (best == kRates.size() || votes[i] > votes[best]))
             best = i;
     }
-    const std::string seen = "its " + counted(numbers.timecodes, "timecode") +
-                             " go up to frame " + std::to_string(highest);
+    const std::string seen = "its " + counted(numbers.timecodes, "timecode") + " go up to frame " +
+                             std::to_string(highest);
     if (best == kRates.size())
         return {{highest + 1, 1, false}, seen};
     if (votes[best] == 0)

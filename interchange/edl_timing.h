@@ -24,7 +24,9 @@ void compareDurations(const EditList& list, const FrameRate& rate, LossLedger& l
 /// timecode, so 030.0 is normal speed in a 29.97 list as well.
 double velocityOf(const Event& event, const FrameRate& rate);
 
-/// "event 004".
+/// For the ledger: "event 004", a timecode as it is written, "1 frame".
 std::string nameOf(const Event& event);
+std::string timecodeText(const TimecodeFields& fields);
+std::string framesText(std::int64_t count);
 
 } // namespace cel::edl

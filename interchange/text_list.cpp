@@ -72,6 +72,7 @@ public:
             result_.losses.add(0, "material",
                                "a text edit list names its material by numbers alone; clip names, "
                                "reels and source files are not in it");
+        result_.losses.append(losses_);
     }
 
 private:
@@ -104,7 +105,7 @@ private:
             lose(first + 1, "block",
                  "no frame resolution stands after " + shown(file_[first]) +
                      "; the block is left out");
-            return first + 1;
+            return first + (file_[first + 1].view().starts_with(kResolution) ? kHeaderLines : 1);
         }
         TextFile block;
         block.appendLine(file_[first]);
@@ -285,11 +286,12 @@ private:
     /// @param line  counted from 0, as the file does.
     void lose(std::size_t line, std::string_view kind, const std::string& text)
     {
-        result_.losses.add(line + 1, kind, text);
+        losses_.add(line + 1, kind, text);
     }
 
     TextFile& file_;
     TextListImport& result_;
+    LossLedger losses_; ///< of single lines
     std::size_t lines_;
     double end_ = 0.0;  ///< edit out of the section before, as the list gives it
     double laid_ = 0.0; ///< length of the sections before

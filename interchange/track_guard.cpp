@@ -2,6 +2,7 @@
 
 #include "cel/inspect.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cmath>
@@ -84,6 +85,13 @@ std::string whatDiffers(const Cel& original, const Cel& decoded, const FrameRate
     if (kept.size() != events.size())
         return "of its " + counted(events.size()) + odd + " only " + std::to_string(kept.size()) +
                " would be left";
+
+    const auto saysNothing = [](const ChannelEvent& event) {
+        return event.info() == undefined_event;
+    };
+    if (std::all_of(kept.begin(), kept.end(), saysNothing) &&
+        !std::all_of(events.begin(), events.end(), saysNothing))
+        return "none of its " + counted(events.size()) + odd + " would be left";
 
     std::array<Difference, kProperties.size()> differences;
     for (std::size_t i = 0; i < events.size(); ++i) {

@@ -27,7 +27,8 @@ std::string errorOf(std::string_view text)
     return error;
 }
 
-std::string event(std::string_view times, std::string_view reel = "R1", std::string_view rest = "V C")
+std::string event(std::string_view times, std::string_view reel = "R1",
+                  std::string_view rest = "V C")
 {
     return "001 " + std::string(reel) + " " + std::string(rest) + " " + std::string(times) + "\n";
 }
@@ -117,10 +118,10 @@ TEST(EdlRate, IsGuessedFromWhatTheListShows)
     std::string manyAndOneSlip;
     for (int i = 0; i < 5; ++i)
         manyAndOneSlip += event("1:00:00:00 1:00:00:24 0:00:00:00 0:00:00:24");
-    EXPECT_EQ(describe(import(manyAndOneSlip +
-                              event("1:00:00:00 1:00:00:74 0:00:00:00 0:00:00:24"))
-                           .cut.rate),
-              "25");
+    EXPECT_EQ(
+        describe(
+            import(manyAndOneSlip + event("1:00:00:00 1:00:00:74 0:00:00:00 0:00:00:24")).cut.rate),
+        "25");
 }
 
 TEST(EdlRate, ThatIsGivenIsTakenWithTheCountingOfTheList)
@@ -191,10 +192,10 @@ void useTable(Cut& cut)
             ChannelEvent& event = *track->getChanEventPtr(i);
             if (!event.strip_name().isBlack() && event.strip_name().getInt3() != 647)
                 event.strip_name(
-                    Cookie(kVideoCookie, material('A').getInt1() == event.strip_name().getInt1()
-                                             ? 1
-                                             : event.strip_name().getInt1() -
-                                                   material('A').getInt1() + 1,
+                    Cookie(kVideoCookie,
+                           material('A').getInt1() == event.strip_name().getInt1()
+                               ? 1
+                               : event.strip_name().getInt1() - material('A').getInt1() + 1,
                            0, 0));
         }
 }
@@ -277,8 +278,9 @@ TEST(EdlExport, TellsTheRateThatAReaderWouldMiss)
     cut.rate = {30000, 1001, false};
     fill(*cut.addTrack(kVideoCookie), ".0-1.001");
     const LossLedger losses = exportEdl(cut).losses;
-    EXPECT_EQ(describe(losses), "0 rate: a list does not say its frame rate, and readers would take "
-                                "24; tell them 29.97\n");
+    EXPECT_EQ(describe(losses),
+              "0 rate: a list does not say its frame rate, and readers would take "
+              "24; tell them 29.97\n");
 }
 
 } // namespace
