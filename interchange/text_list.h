@@ -2,6 +2,7 @@
 
 #include "interchange/Cut.h"
 #include "interchange/LossLedger.h"
+#include "platform/support/frame_duration.h"
 
 #include <optional>
 #include <string>
@@ -28,6 +29,8 @@ struct TextListExport
 };
 
 /// Appends the tracks of the cut to the file as blocks, each ended by "END_CHANNEL" but the last.
-TextListExport exportTextList(const Cut& cut, TextFile& file);
+/// @param standard  of the frame units; without it, the nearest one to each track's frames.
+TextListExport exportTextList(const Cut& cut, TextFile& file,
+                              std::optional<Kt::Ed2Support::TVStd> standard = std::nullopt);
 
 } // namespace cel

@@ -2,7 +2,6 @@
 #include "interchange/text_lines.h"
 #include "interchange/text_list.h"
 #include "platform/support/TextFile.h"
-#include "platform/support/frame_duration.h"
 
 #include <charconv>
 #include <cmath>
@@ -154,7 +153,7 @@ void noteCut(const Cut& cut, LossLedger& losses)
 
 } // namespace
 
-TextListExport exportTextList(const Cut& cut, TextFile& file)
+TextListExport exportTextList(const Cut& cut, TextFile& file, std::optional<TVStd> wanted)
 {
     TextListExport result;
     noteCut(cut, result.losses);
@@ -162,13 +161,13 @@ TextListExport exportTextList(const Cut& cut, TextFile& file)
         if (track != cut.tracks.front())
             file.appendLine("END_CHANNEL");
         const std::size_t firstLine = file.numLines() + 1;
-        const TVStd standard = standardOf(*track);
+        const TVStd standard = wanted ? *wanted : standardOf(*track);
         if (distance(standard, track->get_resolution()) >= kTimeEpsilon)
             result.losses.add(firstLine + 1, "rate",
-                              "no standard of the list has the frames of track " +
+                              "the list's standard has not the frames of track " +
                                   std::string(track->editChannelName().view()) +
-                                  "; its frames were written as frames of the nearest one, so that "
-                                  "it plays at another length");
+                                  "; they were written as frames of that standard, so that it "
+                                  "plays at another length");
         LossFinder(cut, *track, firstLine, result.losses).find();
         track->writeToED2(file, standard);
     }
