@@ -216,9 +216,9 @@ void Audit::followSection(int i)
 
 void Audit::checkSection(int in, int out)
 {
-    const bool isBlack = at(in).strip_name().isBlack();
+    const bool isPlaced = isRealTime(at(in).edit_time()) && isRealTime(at(out).edit_time());
     const double length = at(out).edit_time() - at(in).edit_time();
-    if (!isBlack && std::fabs(length) < kTimeEpsilon)
+    if (isPlaced && !at(in).strip_name().isBlack() && std::fabs(length) < kTimeEpsilon)
         report(invariant::kZeroLength, in, Severity::fault,
                "the section of " + nameOf(at(in).strip_name()) + " has no length");
     for (int i = in + 1; i <= out; ++i)
