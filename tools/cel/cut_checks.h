@@ -1,0 +1,29 @@
+#pragma once
+
+#include "cel/audit.h"
+#include "interchange/cel_stream.h"
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace cel::tool {
+
+/// Something wrong with a cut: with a place in its file, with an event, with a track or the whole.
+struct CutFinding
+{
+    Severity severity = Severity::fault;
+    std::string invariant; ///< one word, for scripts
+    std::string text;
+    std::string track;                 ///< its name; empty when none is meant
+    int index = -1;                    ///< of the event; -1 when none is meant
+    double time = kUnsetTime;          ///< edit time of the event, in seconds
+    std::optional<std::size_t> offset; ///< byte of the file
+};
+
+/// All that is wrong with a cut as it was read: damage of its file, then what concerns the cut as a
+/// whole, then the audit of each track together with how it fits into the cut.
+std::vector<CutFinding> checkCut(const Cut& cut, const std::vector<LoadFinding>& damage);
+
+} // namespace cel::tool

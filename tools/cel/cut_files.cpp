@@ -1,0 +1,215 @@
+#include "tools/cel/cut_files.h"
+
+#include "interchange/edl.h"
+#include "interchange/text_list.h"
+#include "platform/support/utf8.h"
+#include "tools/cel/commands.h"
+#include "tools/cel/listed_sections.h"
+#include "tools/cel/terminal.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <string_view>
+#include <utility>
+
+namespace cel::tool {
+
+namespace {
+
+constexpr std::size_t kHeadBytes = 4096; ///< enough to tell what a file is
+
+[[noreturn]] void failReading(const std::string& path, const std::string& why)
+{
+    throw Failure(kUnreadable, path + ": " + why);
+}
+
+/// The bytes of a file, or its first `limit` ones.
+std::string readBytes(const std::string& path, std::size_t limit)
+{
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),
+                                                               &std::fclose);
+    if (!file)
+        failReading(path, std::string("cannot be opened: ") + std::strerror(errno));
+    std::string bytes;
+    constexpr std::size_t kChunk = std::size_t(1) << 16;
+    for (std::size_t got = 1; got > 0 && bytes.size() < limit;) {
+        const std::size_t wanted = std::min(kChunk, limit - bytes.size());
+        const std::size_t before = bytes.size();
+        bytes.resize(before + wanted);
+        got = std::fread(bytes.data() + before, 1, wanted, file.get());
+        bytes.resize(before + got);
+    }
+    if (std::ferror(file.get()))
+        failReading(path, std::string("cannot be read: ") + std::strerror(errno));
+    return bytes;
+}
+
+bool hasBlockOfTextList(std::string_view text)
+{
+    constexpr std::string_view kFirstLine = "CEL_REVISION";
+    const std::size_t at = text.find(kFirstLine);
+    return at != std::string_view::npos &&
+           (at == 0 || text[at - 1] == '\n' || text[at - 1] == '\r' ||
+            text[at - 1] == '\xBF'); // of a byte-order mark
+}
+
+/// A zero byte is in every stream and in no text; a text edit list names itself.
+FileKind kindOfContent(std::string_view head, std::optional<FileKind> kindOfName)
+{
+    if (head.find('\0') != std::string_view::npos || kindOfName == FileKind::stream)
+        return FileKind::stream;
+    return hasBlockOfTextList(head) ? FileKind::textList : FileKind::editList;
+}
+
+OpenedCut openStream(const std::string& path)
+{
+    std::string error;
+    std::optional<LoadedCut> loaded = loadCut(path, error);
+    if (!loaded)
+        throw Failure(kUnreadable, error);
+    return {FileKind::stream,
+            std::move(loaded->cut),
+            {},
+            std::move(loaded->findings),
+            "stored in the file"};
+}
+
+OpenedCut openEditList(const std::string& path, const std::optional<FrameRate>& rate)
+{
+    std::string error;
+    const std::string text = readBytes(path, TextFile::kLargestBytes + 1);
+    if (text.size() > TextFile::kLargestBytes)
+        failReading(path, "larger than 64 MiB, which no edit list is");
+    std::optional<EdlImport> import = importEdl(text, rate, error);
+    if (!import)
+        failReading(path, error);
+    return {FileKind::editList,
+            std::move(import->cut),
+            std::move(import->losses),
+            {},
+            import->rateGuessed ? "guessed: " + import->rateReason : "as given"};
+}
+
+OpenedCut openTextList(const std::string& path)
+{
+    std::string error;
+    TextFile file(pathToWide(path), true);
+    if (!file.loaded())
+        failReading(path, file.error());
+    std::optional<TextListImport> import = importTextList(file, error);
+    if (!import)
+        failReading(path, error);
+    return {FileKind::textList,
+            std::move(import->cut),
+            std::move(import->losses),
+            {},
+            "from the list's FRAME_RESOLUTION"};
+}
+
+TextFile linesOf(std::string_view text)
+{
+    TextFile file;
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find('\n'), text.size());
+        file.appendLine(text.substr(0, end));
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return file;
+}
+
+} // namespace
+
+const char* describe(FileKind kind)
+{
+    switch (kind) {
+    case FileKind::editList:
+        return "an edit list";
+    case FileKind::textList:
+        return "a text edit list";
+    case FileKind::stream:
+        break;
+    }
+    return "a track stream";
+}
+
+std::optional<FileKind> kindOfName(const std::string& path)
+{
+    const auto endsIn = [&path](std::string_view ending) {
+        return path.size() > ending.size() &&
+               std::equal(ending.rbegin(), ending.rend(), path.rbegin(),
+                          [](char a, char b) { return a == (b >= 'A' && b <= 'Z' ? b + 32 : b); });
+    };
+    if (endsIn(".cel"))
+        return FileKind::stream;
+    if (endsIn(".edl"))
+        return FileKind::editList;
+    if (endsIn(".txt"))
+        return FileKind::textList;
+    return std::nullopt;
+}
+
+OpenedCut openCut(const std::string& path, const std::optional<FrameRate>& rate)
+{
+    const Progress progress("reading " + path);
+    const FileKind kind = kindOfContent(readBytes(path, kHeadBytes), kindOfName(path));
+    if (kind == FileKind::editList)
+        return openEditList(path, rate);
+    if (rate)
+        throw Failure(kUsage, path + ": --rate is for edit lists; " + describe(kind) +
+                                  " has a frame rate of its own");
+    return kind == FileKind::textList ? openTextList(path) : openStream(path);
+}
+
+WrittenCut writeAs(FileKind kind, const Cut& cut, std::optional<Kt::Ed2Support::TVStd> standard)
+{
+    WrittenCut written;
+    written.kind = kind;
+    written.cut = &cut;
+    if (kind == FileKind::editList) {
+        EdlExport list = exportEdl(cut);
+        written.text = linesOf(list.text);
+        written.losses = std::move(list.losses);
+    } else if (kind == FileKind::textList) {
+        written.losses = exportTextList(cut, written.text, standard).losses;
+    }
+    return written;
+}
+
+void saveWritten(WrittenCut& written, const std::string& path, SaveGuard guard)
+{
+    const Progress progress("writing " + path);
+    std::string error;
+    if (written.kind == FileKind::stream) {
+        if (!saveCut(*written.cut, path, guard, error))
+            throw Failure(kUnwritable, error);
+    } else if (!written.text.save(pathToWide(path), TextFile::kLineFeed)) {
+        throw Failure(kUnwritable, path + ": " + written.text.error());
+    }
+}
+
+std::vector<std::size_t> chosenTracks(const Cut& cut, const std::vector<std::string>& names)
+{
+    std::vector<std::size_t> chosen;
+    for (const std::string& name : names) {
+        bool exists = false;
+        std::string known;
+        for (std::size_t i = 0; i < cut.tracks.size(); ++i) {
+            const std::string candidate = nameOfTrack(cut, i);
+            known += (i ? ", " : "") + candidate;
+            exists |= candidate == name;
+            if (candidate == name && std::find(chosen.begin(), chosen.end(), i) == chosen.end())
+                chosen.push_back(i);
+        }
+        if (exists)
+            continue;
+        throw Failure(kUsage, "no track is called " + name + "; there are: " + known);
+    }
+    for (std::size_t i = 0; names.empty() && i < cut.tracks.size(); ++i)
+        chosen.push_back(i);
+    return chosen;
+}
+
+} // namespace cel::tool

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "interchange/Cut.h"
+#include "interchange/LossLedger.h"
+#include "interchange/cel_stream.h"
+#include "platform/support/TextFile.h"
+#include "platform/support/frame_duration.h"
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+/// The one place where the commands read and write cuts.
+namespace cel::tool {
+
+/// The kinds of files that hold a cut.
+enum class FileKind { stream, editList, textList };
+
+/// "a track stream", "an edit list", "a text edit list".
+const char* describe(FileKind kind);
+
+/// The kind that a file name ends in: ".cel", ".edl" or ".txt".
+std::optional<FileKind> kindOfName(const std::string& path);
+
+/// A cut as it came out of a file.
+struct OpenedCut
+{
+    FileKind kind = FileKind::stream;
+    Cut cut;
+    LossLedger losses;                 ///< what its form holds and a cut cannot
+    std::vector<LoadFinding> findings; ///< what is damaged in the file
+    std::string rateReason;            ///< where the frame rate comes from
+};
+
+/// Reads a cut of any kind, which its content tells, and its name where that is not enough.
+/// @param rate  frame rate for an edit list, which has none of its own.
+/// @throws Failure `kUnreadable` with the name of the file, `kUsage` for a rate that a file with
+/// one of its own does not need.
+OpenedCut openCut(const std::string& path, const std::optional<FrameRate>& rate = std::nullopt);
+
+/// A cut made ready to be written as a file of some kind.
+struct WrittenCut
+{
+    FileKind kind = FileKind::stream;
+    const Cut* cut = nullptr;
+    TextFile text;     ///< of the two text kinds
+    LossLedger losses; ///< what the kind cannot hold
+};
+
+/// Nothing is on the disk yet; `cut` must live until `saveWritten`.
+/// @param standard  of the frame units of a text edit list; the nearest to the cut's without it.
+WrittenCut writeAs(FileKind kind, const Cut& cut,
+                   std::optional<Kt::Ed2Support::TVStd> standard = std::nullopt);
+
+/// Puts it on the disk in one step: on a failure an old file of that name is as it was.
+/// @param guard  whether a stream may be written that would damage one of the tracks.
+/// @throws Failure `kUnwritable` with the name of the file and the reason.
+void saveWritten(WrittenCut& written, const std::string& path, SaveGuard guard);
+
+/// The places in `cut.tracks` of the tracks of these names, or of all when there are no names.
+/// @throws Failure `kUsage` for a name that no track has, with those that there are.
+std::vector<std::size_t> chosenTracks(const Cut& cut, const std::vector<std::string>& names);
+
+} // namespace cel::tool

@@ -1,0 +1,124 @@
+#include "tools/cel/commands.h"
+#include "tools/cel/cut_files.h"
+#include "tools/cel/listed_sections.h"
+#include "tools/cel/losses.h"
+#include "tools/cel/text.h"
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include <cstdio>
+#include <map>
+#include <memory>
+
+namespace cel::tool {
+
+namespace {
+
+struct ExportOptions
+{
+    std::vector<std::string> files; ///< the cut, names of tracks, the result
+    std::string standard;
+    bool strict = false;
+    bool force = false;
+    bool json = false;
+};
+
+const std::map<std::string, Kt::Ed2Support::TVStd>& standards()
+{
+    static const std::map<std::string, Kt::Ed2Support::TVStd> all = {
+        {"film", Kt::Ed2Support::kFilm},
+        {"pal", Kt::Ed2Support::kPal},
+        {"ntsc", Kt::Ed2Support::kNtsc},
+        {"film_ntsc", Kt::Ed2Support::kFilmNtsc},
+    };
+    return all;
+}
+
+std::string describeExport(const ExportOptions& options, const OpenedCut& opened,
+                           const WrittenCut& written, bool refused)
+{
+    const std::string input = printable(options.files.front());
+    std::string report = describeLosses(opened.losses, "could not be read from " + input);
+    if (!opened.findings.empty())
+        report += damageNotice(input);
+    report +=
+        describeLosses(written.losses, std::string("did not fit into ") + describe(written.kind));
+    if (refused)
+        return report + "Nothing was written (--strict).\n";
+    return report + "Wrote " + counted(static_cast<long long>(opened.cut.tracks.size()), "track") +
+           " to " + printable(options.files.back()) + ".\n";
+}
+
+std::string reportAsJson(const ExportOptions& options, const OpenedCut& opened,
+                         const WrittenCut& written, bool refused)
+{
+    nlohmann::ordered_json report = {{"input", options.files.front()},
+                                     {"output", options.files.back()},
+                                     {"tracks", opened.cut.tracks.size()},
+                                     {"damage", opened.findings.size()},
+                                     {"inputLosses", lossesAsJson(opened.losses)},
+                                     {"losses", lossesAsJson(written.losses)}};
+    if (refused)
+        report["output"] = nullptr;
+    return jsonText(report);
+}
+
+int runExport(const ExportOptions& options)
+{
+    const std::string& input = options.files.front();
+    const std::string& output = options.files.back();
+    const std::optional<FileKind> kind = kindOfName(output);
+    if (options.files.size() < 2 || !kind)
+        throw Failure(kUsage, "the last argument names the result: OUT.edl, OUT.txt or OUT.cel");
+    if (!options.standard.empty() && kind != FileKind::textList)
+        throw Failure(kUsage, "--standard is for a text edit list (OUT.txt)");
+
+    OpenedCut opened = openCut(input);
+    std::vector<Kt::Ptr<Cel>> tracks;
+    for (const std::size_t i :
+         chosenTracks(opened.cut, {options.files.begin() + 1, options.files.end() - 1}))
+        tracks.push_back(opened.cut.tracks[i]);
+    opened.cut.tracks = std::move(tracks);
+
+    std::optional<Kt::Ed2Support::TVStd> standard;
+    if (!options.standard.empty())
+        standard = standards().at(options.standard);
+    WrittenCut written = writeAs(*kind, opened.cut, standard);
+    const bool clean = opened.losses.empty() && opened.findings.empty() && written.losses.empty();
+    const bool refused = options.strict && !clean;
+    if (!refused)
+        saveWritten(written, output, options.force ? SaveGuard::force : SaveGuard::refuse);
+    const std::string report = options.json ? reportAsJson(options, opened, written, refused)
+                                            : describeExport(options, opened, written, refused);
+    std::fputs(report.c_str(), stdout);
+    return refused || !opened.findings.empty() ? kFindings : kFine;
+}
+
+} // namespace
+
+void addExportCommand(CLI::App& program, int& exitCode)
+{
+    auto options = std::make_shared<ExportOptions>();
+    CLI::App* command = program.add_subcommand(
+        "export", "Writes a cut as edit list, text edit list or track stream");
+    command
+        ->add_option("FILE.cel [TRACK...] OUT", options->files,
+                     "The cut, the tracks to take (all without names), and the result, whose name "
+                     "ends in .edl, .txt or .cel")
+        ->required();
+    command
+        ->add_option(
+            "--standard", options->standard,
+            "Frame units of a text edit list: film, pal, ntsc or film_ntsc; the nearest to "
+            "the cut's rate without it")
+        ->check(CLI::IsMember({"film", "pal", "ntsc", "film_ntsc"}));
+    command->add_flag("--strict", options->strict,
+                      "Write nothing when something does not fit (exit code 1)");
+    command->add_flag("--force", options->force, "Write tracks that the form would damage");
+    command->add_flag("--json", options->json, "Print what did not fit as JSON");
+    command->footer("Example:\n  cel export cut.cel V1 picture.edl");
+    command->callback([options, &exitCode] { exitCode = runExport(*options); });
+}
+
+} // namespace cel::tool

@@ -1,0 +1,136 @@
+#include "tools/cel/commands.h"
+#include "tools/cel/cut_files.h"
+#include "tools/cel/listed_sections.h"
+#include "tools/cel/losses.h"
+#include "tools/cel/text.h"
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include <cstdio>
+#include <memory>
+
+namespace cel::tool {
+
+namespace {
+
+struct ImportOptions
+{
+    std::string input;
+    std::string output;
+    std::string rate;
+    bool strict = false;
+    bool force = false;
+    bool json = false;
+};
+
+std::optional<FrameRate> rateOf(const ImportOptions& options)
+{
+    if (options.rate.empty())
+        return std::nullopt;
+    if (auto rate = parseFrameRate(options.rate))
+        return rate;
+    throw Failure(kUsage, "--rate " + printable(options.rate) +
+                              " is no frame rate; 24, 29.97, 29.97df or 30000/1001 are");
+}
+
+std::string describeTracks(const Cut& cut)
+{
+    std::string text;
+    for (std::size_t i = 0; i < cut.tracks.size(); ++i) {
+        const auto sections = sectionsOf(*cut.tracks[i], cut.materials);
+        text += "  " + padded(i ? "" : "tracks", 11) + padded(nameOfTrack(cut, i), 4) + "  " +
+                padded(describeKind(kindOf(*cut.tracks[i])), 9) + " " +
+                counted(static_cast<long long>(sections.size()), "section") + "\n";
+    }
+    return text;
+}
+
+std::string describeArrival(const OpenedCut& opened)
+{
+    const Cut& cut = opened.cut;
+    const auto line = [](std::string_view name, const std::string& value) {
+        return "  " + padded(name, 11) + value + "\n";
+    };
+    return line("title", cut.title.empty() ? "(none)" : printable(cut.title)) +
+           line("rate", describeRate(cut.rate) + ", " + printable(opened.rateReason)) +
+           describeTracks(cut) + line("duration", describeDuration(cut, cut.duration())) +
+           line("timecode", recordTimecode(cut, 0) + " to " + recordTimecode(cut, cut.duration())) +
+           line("material",
+                counted(static_cast<long long>(cut.materials.materials().size()), "clip"));
+}
+
+nlohmann::ordered_json arrivalAsJson(const ImportOptions& options, const OpenedCut& opened,
+                                     bool written)
+{
+    const Cut& cut = opened.cut;
+    nlohmann::ordered_json tracks = nlohmann::ordered_json::array();
+    for (std::size_t i = 0; i < cut.tracks.size(); ++i)
+        tracks.push_back({{"name", nameOfTrack(cut, i)},
+                          {"kind", describeKind(kindOf(*cut.tracks[i]))},
+                          {"sections", sectionsOf(*cut.tracks[i], cut.materials).size()}});
+    return {{"input", options.input},
+            {"output", written ? nlohmann::ordered_json(options.output) : nullptr},
+            {"title", cut.title},
+            {"rate", describe(cut.rate)},
+            {"rateReason", opened.rateReason},
+            {"start", recordTimecode(cut, 0)},
+            {"end", recordTimecode(cut, cut.duration())},
+            {"seconds", cut.duration()},
+            {"tracks", std::move(tracks)},
+            {"damage", opened.findings.size()},
+            {"losses", lossesAsJson(opened.losses)}};
+}
+
+int runImport(const ImportOptions& options)
+{
+    if (kindOfName(options.output) != FileKind::stream)
+        throw Failure(kUsage, options.output + ": the result is a track stream; let its name end "
+                                               "in .cel");
+    const OpenedCut opened = openCut(options.input, rateOf(options));
+    const bool refused = options.strict && !(opened.losses.empty() && opened.findings.empty());
+    if (!refused) {
+        WrittenCut stream = writeAs(FileKind::stream, opened.cut);
+        saveWritten(stream, options.output, options.force ? SaveGuard::force : SaveGuard::refuse);
+    }
+
+    std::string report;
+    if (options.json) {
+        report = jsonText(arrivalAsJson(options, opened, !refused));
+    } else {
+        report = printable(options.input) + ", " + describe(opened.kind) + ", arrived:\n" +
+                 describeArrival(opened) +
+                 describeLosses(opened.losses, "could not be carried over");
+        if (!opened.findings.empty())
+            report +=
+                "The file is damaged; cel check " + printable(options.input) + " says where.\n";
+        report += refused ? "Nothing was written (--strict).\n"
+                          : "Written to " + printable(options.output) + ".\n";
+    }
+    std::fputs(report.c_str(), stdout);
+    return refused || !opened.findings.empty() ? kFindings : kFine;
+}
+
+} // namespace
+
+void addImportCommand(CLI::App& program, int& exitCode)
+{
+    auto options = std::make_shared<ImportOptions>();
+    CLI::App* command = program.add_subcommand(
+        "import", "Brings an edit list, a text edit list or a track stream into a .cel file");
+    command->add_option("IN", options->input, "What to read; its content tells the kind")
+        ->required();
+    command->add_option("OUT", options->output, "The .cel file to write; an old one is replaced")
+        ->required();
+    command->add_option("--rate", options->rate,
+                        "Frames a second of an edit list: 24, 29.97, 29.97df, 30000/1001; guessed "
+                        "from the list without it");
+    command->add_flag("--strict", options->strict,
+                      "Write nothing when something cannot be carried over (exit code 1)");
+    command->add_flag("--force", options->force, "Write tracks that the form would damage");
+    command->add_flag("--json", options->json, "Print what arrived as JSON");
+    command->footer("Example:\n  cel import cut.edl cut.cel --rate 25");
+    command->callback([options, &exitCode] { exitCode = runImport(*options); });
+}
+
+} // namespace cel::tool

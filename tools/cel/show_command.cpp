@@ -1,0 +1,184 @@
+#include "tools/cel/commands.h"
+#include "tools/cel/cut_files.h"
+#include "tools/cel/listed_sections.h"
+#include "tools/cel/losses.h"
+#include "tools/cel/section_table.h"
+#include "tools/cel/terminal.h"
+#include "tools/cel/text.h"
+#include "tools/cel/timeline_drawing.h"
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+
+namespace cel::tool {
+
+namespace {
+
+struct ShowOptions
+{
+    std::string file;
+    std::vector<std::string> tracks;
+    std::size_t width = 0; ///< 0 for the terminal's
+    std::string from;
+    std::string to;
+    bool table = false;
+    bool json = false;
+};
+
+double positionOf(const std::string& option, const std::string& text, const Cut& cut)
+{
+    if (auto seconds = parsePosition(text, cut.rate, cut.startFrame))
+        return *seconds;
+    throw Failure(kUsage, option + " " + printable(text) +
+                              " is neither seconds (12.48) nor a timecode (01:00:12:12)");
+}
+
+/// What the options ask for, else everything that the tracks hold.
+TimeRange stretchOf(const ShowOptions& options, const Cut& cut,
+                    const std::vector<std::size_t>& tracks)
+{
+    TimeRange stretch;
+    for (const std::size_t track : tracks)
+        for (const ChannelEvent& event : cut.tracks[track]->events())
+            if (isRealTime(event.edit_time())) {
+                stretch.from = std::min(stretch.from, event.edit_time());
+                stretch.to = std::max(stretch.to, event.edit_time());
+            }
+    if (!options.from.empty())
+        stretch.from = positionOf("--from", options.from, cut);
+    if (!options.to.empty())
+        stretch.to = positionOf("--to", options.to, cut);
+    if (stretch.to < stretch.from)
+        throw Failure(kUsage, "the stretch to show ends before it starts");
+    return stretch;
+}
+
+nlohmann::ordered_json sectionAsJson(const Cut& cut, const ListedSection& section)
+{
+    nlohmann::ordered_json json = {
+        {"number", section.number},
+        {"recordIn", recordTimecode(cut, section.record.from)},
+        {"recordOut", recordTimecode(cut, section.record.to)},
+        {"seconds", {section.record.from, section.record.to}},
+        {"black", section.black},
+    };
+    if (!section.black) {
+        json["sourceIn"] = sourceTimecode(cut, section.source.from);
+        json["sourceOut"] = sourceTimecode(cut, section.source.to);
+        json["sourceSeconds"] = {section.source.from, section.source.to};
+        json["speed"] = section.speed;
+        json["level"] = {section.levelIn, section.levelOut};
+        json["reel"] = section.material ? section.material->reel : "";
+        json["clip"] = section.material ? section.material->name : "";
+        json["file"] = section.material ? section.material->file : "";
+    }
+    return json;
+}
+
+nlohmann::ordered_json cutAsJson(const Cut& cut, const std::vector<std::size_t>& tracks,
+                                 const TimeRange& stretch)
+{
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    for (const std::size_t track : tracks) {
+        nlohmann::ordered_json sections = nlohmann::ordered_json::array();
+        for (const ListedSection& section : sectionsOf(*cut.tracks[track], cut.materials))
+            if (shows(section, stretch))
+                sections.push_back(sectionAsJson(cut, section));
+        list.push_back({{"name", nameOfTrack(cut, track)},
+                        {"kind", describeKind(kindOf(*cut.tracks[track]))},
+                        {"sections", std::move(sections)}});
+    }
+    return {{"title", cut.title},
+            {"rate", describe(cut.rate)},
+            {"start", recordTimecode(cut, 0)},
+            {"seconds", cut.duration()},
+            {"tracks", std::move(list)}};
+}
+
+std::string describeTrack(const Cut& cut, std::size_t track)
+{
+    const auto sections = sectionsOf(*cut.tracks[track], cut.materials);
+    const auto countOf = [&sections](auto test) {
+        return static_cast<long long>(std::count_if(sections.begin(), sections.end(), test));
+    };
+    std::string text = padded(nameOfTrack(cut, track), 4) + "  " +
+                       counted(static_cast<long long>(sections.size()), "section");
+    if (const auto black = countOf([](const ListedSection& s) { return s.black; }))
+        text += ", " + std::to_string(black) + " black";
+    if (const auto speeds = countOf([](const ListedSection& s) { return s.changesSpeed(); }))
+        text += ", " + counted(speeds, "speed change");
+    return text + "\n";
+}
+
+std::string pictureOf(const Cut& cut, const std::vector<std::size_t>& tracks,
+                      const TimeRange& stretch, const Terminal& terminal)
+{
+    std::string text = drawTimeline(cut, tracks, stretch, terminal) + "\n";
+    for (const std::size_t track : tracks)
+        text += describeTrack(cut, track);
+    return text;
+}
+
+std::string tablesOf(const Cut& cut, const std::vector<std::size_t>& tracks,
+                     const TimeRange& stretch)
+{
+    std::string text;
+    for (const std::size_t track : tracks)
+        text += (text.empty() ? "" : "\n") + describeTrack(cut, track) +
+                sectionTable(cut, track, stretch);
+    return text;
+}
+
+int runShow(const ShowOptions& options)
+{
+    const OpenedCut opened = openCut(options.file);
+    const Cut& cut = opened.cut;
+    const std::vector<std::size_t> tracks =
+        options.tracks.empty() ? tracksFromTop(cut) : chosenTracks(cut, options.tracks);
+    const TimeRange stretch = stretchOf(options, cut, tracks);
+    Terminal terminal = terminalOfOutput();
+    if (options.width > 0)
+        terminal.width = options.width;
+
+    std::string text;
+    if (options.json) {
+        text = jsonText(cutAsJson(cut, tracks, stretch));
+    } else {
+        const std::string title = cut.title.empty() ? options.file : cut.title;
+        text = printable(title) + ", " + describeRate(cut.rate) + ", " +
+               recordTimecode(cut, stretch.from) + " to " + recordTimecode(cut, stretch.to) + ", " +
+               describeDuration(cut, stretch.to - stretch.from) + "\n\n" +
+               (options.table ? tablesOf(cut, tracks, stretch)
+                              : pictureOf(cut, tracks, stretch, terminal));
+    }
+    std::fputs(text.c_str(), stdout);
+    if (!opened.findings.empty())
+        std::fputs(damageNotice(printable(options.file)).c_str(), stderr);
+    return kFine;
+}
+
+} // namespace
+
+void addShowCommand(CLI::App& program, int& exitCode)
+{
+    auto options = std::make_shared<ShowOptions>();
+    CLI::App* command = program.add_subcommand("show", "Draws a cut as a timeline, or lists it");
+    command->add_option("FILE.cel", options->file, "The cut; an edit list will do too")->required();
+    command->add_option("TRACK", options->tracks, "Names of tracks; all without");
+    command->add_flag("--table", options->table, "List the sections instead of drawing them");
+    command
+        ->add_option("--width", options->width,
+                     "Columns of the drawing; the terminal's, or 100, without")
+        ->check(CLI::Range(40, 10000));
+    command->add_option("--from", options->from, "Show from here on: seconds or timecode");
+    command->add_option("--to", options->to, "Show up to here");
+    command->add_flag("--json", options->json, "Print the sections as JSON");
+    command->footer("Example:\n  cel show cut.cel V1 --from 01:00:10:00 --to 01:00:30:00");
+    command->callback([options, &exitCode] { exitCode = runShow(*options); });
+}
+
+} // namespace cel::tool
