@@ -44,7 +44,8 @@ TEST(Admission, LaysASectionOnOneLine)
         {"nearly 1",                   "A<0@10*3 A>4@14.0000036*?",     "A0-4@10"},
         {"nearly 0",                   "A<0@10*3 A>4@10.0000036*?",     "A0-4@10*0"},
         {"nearly -1",                  "A<0@10*3 A>4@5.9999964*?",      "A0-4@10*-1"},
-        {"not so nearly 1",            "A<0@10*3 A>4@14.00004*?",       "A0-4@10*1.00001"},
+        {"not so nearly 1",            "A<0@10*3 A>4@14.000006*?",      "A0-4@10*1.000002"},
+        {"a level a little below 0",   "A<0@10:-0.0000005 A>4@14",      "A0-4@10:0>1"},
         {"level changes too",          "A<0@10 A=1@0*? A=2@0*7 A>4@18*2", "A<0@10*2 A=1@12*2 A=2@14*2 A>4@18*2"},
         {"out strip off the line",     "A<1@10*2 A>5@77*2",             "A1-5@10*2"},
         {"a speed that is no number",  "A<0@10*? A>4@12*nan",           "A0-4@10*0.5"},
@@ -84,6 +85,7 @@ TEST(Admission, RefusesAndKeepsTheEventUncounted)
         {"A<nan",            "0",   "A<nan",           -1, "Cel::addEvent() : invalid end edit time"},
         {"A<1.1e12",         "0",   "A<1.1e+12",       -1, "Cel::addEvent() : invalid end edit time"},
         {"A<0:-0.1*?",       "0",   "A<0:-0.1",         0, "Cel::addEvent() : invalid level"},
+        {"A<0:-0.000002",    "0",   "A<0:-0.000002",    0, "Cel::addEvent() : invalid level"},
         {"A<0:nan",          "0",   "A<0:nan",          0, "Cel::addEvent() : invalid level"},
         {"A0-4 B<3",         "110", "A0-4 B<3",         2, "Cel::addEvent() : invalid event time"},
         {"A>4@1e99",         "0",   "A>4@1e+99",       -1, "Cel::addEvent() : invalid out_point strip time"},
@@ -125,12 +127,12 @@ TEST(Admission, LeavesCountersAndSavedStateAloneWhenItRefuses)
     LogCapture log;
     const Kt::Ptr<Cel> cel = track("A0-4 .4-6");
     EXPECT_EQ(cel->addEvent(events("B>7").front()), 0);
+    EXPECT_EQ(cel->addEvent(events("B<6.5").front()),
+              0); // the refused event counts as the previous
+    EXPECT_EQ(counters(*cel), "2 material, 2 black, open 5");
     EXPECT_EQ(cel->is_dirty(), 0);
-    EXPECT_EQ(inspect(*cel).eventCount, 2);
-    EXPECT_EQ(cel->numEvents(), 5);
-    // The refused event counts as the previous one.
-    EXPECT_EQ(cel->addEvent(events("B<6.5").front()), 0);
     EXPECT_EQ(cel->addEvent(events("B>8").front()), 1); // and may still open the section
+    EXPECT_EQ(counters(*cel), "3 material, 2 black, open -1");
     EXPECT_EQ(cel->is_dirty(), 1);
 }
 
@@ -213,8 +215,7 @@ TEST(Pairs, AreInsertedInFrontOfAnEvent)
             EXPECT_EQ(made.getEffectGraph().getMagicType(), 1);
             EXPECT_NE(made.getEffectGraph(), made.next().getEffectGraph());
         }
-        EXPECT_EQ(inspect(*cel).eventCount, inspect(*track(c.expected)).eventCount);
-        EXPECT_EQ(inspect(*cel).blackEventCount, inspect(*track(c.expected)).blackEventCount);
+        EXPECT_EQ(counters(*cel), counters(*track(c.expected)));
     }
 }
 
@@ -279,8 +280,7 @@ TEST(Pairs, AreRemovedAndTheGapClosedOnlyWhenAsked)
         EXPECT_EQ(describe(*cel), c.expected);
         EXPECT_EQ(cel->destroyed, c.destroyed);
         EXPECT_EQ(cel->is_dirty(), c.removed > 0);
-        EXPECT_EQ(inspect(*cel).eventCount, inspect(*track(c.expected)).eventCount);
-        EXPECT_EQ(inspect(*cel).blackEventCount, inspect(*track(c.expected)).blackEventCount);
+        EXPECT_EQ(counters(*cel), counters(*track(c.expected)));
     }
     const Kt::Ptr<Cel> holes = track("A0-2 B4-6 C9-12");
     EXPECT_EQ(holes->removeEventPair(2, true), 1);

@@ -52,25 +52,26 @@ TEST(EditTime, QuantisesHalfWayUpAndKeepsSentinels)
 
 TEST(EditTime, RefusesATinyQuantumWhateverTheTime)
 {
-    for (const double q : {9.9e-7, 0.0, -1.0, kNaN})
-        for (const double t : {1.0, 2e81, kNaN}) {
-            try {
-                quantiseTime(t, q);
-                ADD_FAILURE() << t << " by " << q;
-            } catch (const Kt::Exception::RuntimeError& error) {
-                EXPECT_STREQ(error.what(), "quantiseTime: quanta to small");
-                EXPECT_STREQ(error.file(), "cel\\Cel");
-                EXPECT_EQ(error.line(), 53);
-            }
-            try {
-                ChannelEvent(t).quantise(q);
-                ADD_FAILURE() << t << " by " << q;
-            } catch (const Kt::Exception::RuntimeError& error) {
-                EXPECT_STREQ(error.what(), "quantise_time: quanta to small");
-                EXPECT_STREQ(error.file(), "cel\\ChannelEvent");
-                EXPECT_EQ(error.line(), 320);
-            }
-        }
+    // Both throw of their own accord, and readers of fault reports know their lines.
+    using Quantise = void (*)(double t, double q);
+    // clang-format off
+    struct Case { Quantise quantise; const char* text; const char* file; int line; };
+    const Case cases[] = {
+        {[](double t, double q) { quantiseTime(t, q); }, "quantiseTime: quanta to small", "cel\\Cel", 53},
+        {[](double t, double q) { ChannelEvent(t).quantise(q); }, "quantise_time: quanta to small", "cel\\ChannelEvent", 320},
+    };
+    // clang-format on
+    for (const Case& c : cases)
+        for (const double q : {9.9e-7, 0.0, -1.0, kNaN})
+            for (const double t : {1.0, 2e81, kNaN})
+                try {
+                    c.quantise(t, q);
+                    ADD_FAILURE() << t << " by " << q;
+                } catch (const Kt::Exception::RuntimeError& error) {
+                    EXPECT_STREQ(error.what(), c.text);
+                    EXPECT_STREQ(error.file(), c.file);
+                    EXPECT_EQ(error.line(), c.line);
+                }
     EXPECT_EQ(quantiseTime(1.0, 1e-6), 1.0);
 }
 

@@ -38,24 +38,24 @@ TEST(TextWriting, GivesEachEventTheLineOfItsKind)
     struct Case { const char* track; const char* lines; };
     const Case cases[] = {
         {"A0-4@10",
-            "      0.000000 86:65:0:1:0 in        10.0\n"
-            "      4.000000 86:65:0:1:0 out\n"},
+            "      0.000000 86:65:2:9:0 in        10.0\n"
+            "      4.000000 86:65:2:9:0 out\n"},
         {"A'-1-1e6@0.1:0.5>0.25",
-            "     -1.000000 86:65:0:1:1 in        0.1 0.5000\n"
-            "1000000.000000 86:65:0:1:1 out        -       0.2500\n"},
+            "     -1.000000 86:65:2:9:1 in        0.1 0.5000\n"
+            "1000000.000000 86:65:2:9:1 out        -       0.2500\n"},
         {"A0-4@10*2",
-            "      0.000000 86:65:0:1:0 in        10.0\n"
-            "      4.000000 86:65:0:1:0 out      18.000000   -          2 \n"},
+            "      0.000000 86:65:2:9:0 in        10.0\n"
+            "      4.000000 86:65:2:9:0 out      18.000000   -          2 \n"},
         {".0-4*2:1>0.5",
             "      0.000000 86:1:0:647:0 in        0.0\n"
             "      4.000000 86:1:0:647:0 out        -       0.5000\n"},
         {"A0-3*0.33333:0.5>1.0000005",
-            "      0.000000 86:65:0:1:0 in        0.0 0.5000\n"
-            "      3.000000 86:65:0:1:0 out       0.999990   -     0.3333 \n"},
+            "      0.000000 86:65:2:9:0 in        0.0 0.5000\n"
+            "      3.000000 86:65:2:9:0 out       0.999990   -     0.3333 \n"},
         {"A<0*? A=1@1:-0.25 A>4@1e12*?",
-            "      0.000000 86:65:0:1:0 in        0.0\n"
-            "      1.000000 86:65:0:1:0 out        -       -0.2500\n"
-            "      4.000000 86:65:0:1:0 out 1000000000000.000000   -   2.21e+05 \n"},
+            "      0.000000 86:65:2:9:0 in        0.0\n"
+            "      1.000000 86:65:2:9:0 out        -       -0.2500\n"
+            "      4.000000 86:65:2:9:0 out 1000000000000.000000   -   2.21e+05 \n"},
     };
     // clang-format on
     for (const Case& c : cases) {
@@ -71,10 +71,10 @@ TEST(TextWriting, ScalesAllTimesButTheOutPointsStripToTheStandard)
     // clang-format off
     struct Case { double resolution; TVStd standard; const char* head; const char* in; const char* out; };
     const Case cases[] = {
-        {0.08,         kPal,      "0.040000000000", "      2.000000 86:65:0:1:0 in        5.0", "      4.000000 86:65:0:1:0 out      18.000000   -          2 "},
-        {0.0400009,    kPal,      "0.040000000000", "      4.000000 86:65:0:1:0 in        10.0", "      8.000000 86:65:0:1:0 out      18.000000   -          2 "},
-        {1001.0/60000, kNtsc,     "0.033366666667", "      8.000000 86:65:0:1:0 in        20.0", "     16.000000 86:65:0:1:0 out      18.000000   -          2 "},
-        {1.0/24,       kFilmNtsc, "0.041708333333", "      4.004000 86:65:0:1:0 in        10.010000000000002", "      8.008000 86:65:0:1:0 out      18.000000   -          2 "},
+        {0.08,         kPal,      "0.040000000000", "      2.000000 86:65:2:9:0 in        5.0", "      4.000000 86:65:2:9:0 out      18.000000   -          2 "},
+        {0.0400009,    kPal,      "0.040000000000", "      4.000000 86:65:2:9:0 in        10.0", "      8.000000 86:65:2:9:0 out      18.000000   -          2 "},
+        {1001.0/60000, kNtsc,     "0.033366666667", "      8.000000 86:65:2:9:0 in        20.0", "     16.000000 86:65:2:9:0 out      18.000000   -          2 "},
+        {1.0/24,       kFilmNtsc, "0.041708333333", "      4.004000 86:65:2:9:0 in        10.010000000000002", "      8.008000 86:65:2:9:0 out      18.000000   -          2 "},
     };
     // clang-format on
     for (const Case& c : cases)
@@ -90,25 +90,25 @@ TEST(TextReading, BuildsSectionsFromPairsOfLines)
     struct Case { const char* name; const char* lines; const char* expected; bool result; };
     const Case cases[] = {
         {"nothing",               "", "", true},
-        {"gaps are not kept",     "5 86:65:0:1:0 in 10\n9 86:65:0:1:0 out\n20 86:66:0:1:0 in 3\n22 86:66:0:1:0 out", "A0-4@10 B4-6@3", true},
-        {"speed of the in point", "0 86:65:0:1:0 in 10\n4 86:65:0:1:0 out 99 - 3", "A0-4@10>14*3>1", true},
-        {"levels",                "0 86:65:0:1:0 in 10 0.5\n4 86:65:0:1:0 out - 0.25", "A0-4@10:0.5>0.25", true},
-        {"a level, no other",     "0 86:65:0:1:0 in 10 0.5\n4 86:65:0:1:0 out", "A0-4@10:0.5>1", true},
-        {"speed hides levels",    "0 86:65:0:1:0 in 10 0.5\n4 86:65:0:1:0 out 99 - 3", "A0-4@10>14*3>1", true},
-        {"seven tokens say nothing","0 86:65:0:1:0 in 10 0.5 0.6\n4 86:65:0:1:0 out 99 - 3 7", "A0-4@10", true},
-        {"blanks",                "  0   86:65:0:1:1   in  10  \n 4  x   out ", "A'0-4@10", true},
-        {"words are not checked", "0 86:65:0:1:0 out 10\n4 86:66:0:1:0 in", "A0-4@10", true},
-        {"the end of the block",  "0 86:65:0:1:0 in 10\n4 86:65:0:1:0 out\nEND_CHANNEL\n4 86:65:0:1:0 in 0\n5 x out", "A0-4@10", true},
-        {"END_CHANNEL and more",  "0 86:65:0:1:0 in 10\n4 86:65:0:1:0 out\nEND_CHANNEL 2\n4 86:65:0:1:0 in", "A0-4@10", true},
-        {"an invalid Cookie",     "0 73:0:0:0:0 in 10\n4 86:65:0:1:0 out\n4 86:65:0:1:0 in 0\n5 x out", "", true},
-        {"an unreadable Cookie",  "0 shot in 10\n4 86:65:0:1:0 out", "", true},
-        {"an empty line",         "\n0 86:65:0:1:0 in 10\n4 86:65:0:1:0 out", "", true},
-        {"numbers as atof reads", "+1 86:65:0:1:0 in ten\n4.5e0s 86:65:0:1:0 out", "A0-3.5", true},
-        {"a missing out line",    "0 86:65:0:1:0 in 10\n4 86:65:0:1:0 out\n4 86:66:0:1:0 in 9", "A0-4@10 B4-0@9", true},
-        {"the end in its place",  "4 86:66:0:1:0 in 9\nEND_CHANNEL\n7 86:65:0:1:0 in 0\n8 x out", "B0--4@9", true},
-        {"an infinite time",      "0 86:65:0:1:0 in 0\ninf 86:65:0:1:0 out\n0 86:65:0:1:0 in 0\n1 x out", "", true},
-        {"no number for a strip", "0 86:65:0:1:0 in nan\n4 86:65:0:1:0 out", "", true},
-        {"too large",             "0 86:65:0:1:0 in 0\n1e999 86:65:0:1:0 out", "", true},
+        {"gaps are not kept",     "5 86:65:2:9:0 in 10\n9 86:65:2:9:0 out\n20 86:66:2:9:0 in 3\n22 86:66:2:9:0 out", "A0-4@10 B4-6@3", true},
+        {"speed of the in point", "0 86:65:2:9:0 in 10\n4 86:65:2:9:0 out 99 - 3", "A0-4@10>14*3>1", true},
+        {"levels",                "0 86:65:2:9:0 in 10 0.5\n4 86:65:2:9:0 out - 0.25", "A0-4@10:0.5>0.25", true},
+        {"a level, no other",     "0 86:65:2:9:0 in 10 0.5\n4 86:65:2:9:0 out", "A0-4@10:0.5>1", true},
+        {"speed hides levels",    "0 86:65:2:9:0 in 10 0.5\n4 86:65:2:9:0 out 99 - 3", "A0-4@10>14*3>1", true},
+        {"seven tokens say nothing","0 86:65:2:9:0 in 10 0.5 0.6\n4 86:65:2:9:0 out 99 - 3 7", "A0-4@10", true},
+        {"blanks",                "  0   86:65:2:9:1   in  10  \n 4  x   out ", "A'0-4@10", true},
+        {"words are not checked", "0 86:65:2:9:0 out 10\n4 86:66:2:9:0 in", "A0-4@10", true},
+        {"the end of the block",  "0 86:65:2:9:0 in 10\n4 86:65:2:9:0 out\nEND_CHANNEL\n4 86:65:2:9:0 in 0\n5 x out", "A0-4@10", true},
+        {"END_CHANNEL and more",  "0 86:65:2:9:0 in 10\n4 86:65:2:9:0 out\nEND_CHANNEL 2\n4 86:65:2:9:0 in", "A0-4@10", true},
+        {"an invalid Cookie",     "0 73:0:0:0:0 in 10\n4 86:65:2:9:0 out\n4 86:65:2:9:0 in 0\n5 x out", "", true},
+        {"an unreadable Cookie",  "0 shot in 10\n4 86:65:2:9:0 out", "", true},
+        {"an empty line",         "\n0 86:65:2:9:0 in 10\n4 86:65:2:9:0 out", "", true},
+        {"numbers as atof reads", "+1 86:65:2:9:0 in ten\n4.5e0s 86:65:2:9:0 out", "A0-3.5", true},
+        {"a missing out line",    "0 86:65:2:9:0 in 10\n4 86:65:2:9:0 out\n4 86:66:2:9:0 in 9", "A0-4@10 B4-0@9", true},
+        {"the end in its place",  "4 86:66:2:9:0 in 9\nEND_CHANNEL\n7 86:65:2:9:0 in 0\n8 x out", "B0--4@9", true},
+        {"an infinite time",      "0 86:65:2:9:0 in 0\ninf 86:65:2:9:0 out\n0 86:65:2:9:0 in 0\n1 x out", "", true},
+        {"no number for a strip", "0 86:65:2:9:0 in nan\n4 86:65:2:9:0 out", "", true},
+        {"too large",             "0 86:65:2:9:0 in 0\n1e999 86:65:2:9:0 out", "", true},
     };
     // clang-format on
     for (const Case& c : cases) {
@@ -159,7 +159,7 @@ TEST(TextReading, RecognisesABlockByItsFirstTwoLines)
 
 TEST(TextReading, AppendsToWhatIsThereAndAnswersWhetherItIsPaired)
 {
-    TextFile file = fileOf("CEL_REVISION 1\nFRAME_RESOLUTION 0.04\n5 86:66:0:1:0 in 1\n7 x out");
+    TextFile file = fileOf("CEL_REVISION 1\nFRAME_RESOLUTION 0.04\n5 86:66:2:9:0 in 1\n7 x out");
     const Kt::Ptr<Cel> cel = track("A3-4");
     EXPECT_TRUE(cel->buildFrom(file, 0));
     EXPECT_EQ(describe(*cel), "A3-4 B4-6@1");
@@ -171,7 +171,7 @@ TEST(TextReading, AppendsToWhatIsThereAndAnswersWhetherItIsPaired)
 TEST(TextReading, ReachesLinesBeyondSixteenBits)
 {
     TextFile file = fileOf(std::string(65535, '\n') +
-                           "CEL_REVISION 1\nFRAME_RESOLUTION 0.04\n5 86:66:0:1:0 in 1\n7 x out");
+                           "CEL_REVISION 1\nFRAME_RESOLUTION 0.04\n5 86:66:2:9:0 in 1\n7 x out");
     const Kt::Ptr<Cel> cel(new Cel(0, 0.5));
     EXPECT_TRUE(cel->buildFrom(file, 65535));
     EXPECT_EQ(describe(*cel), "B0-2@1");

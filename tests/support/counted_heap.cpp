@@ -14,9 +14,7 @@ constexpr std::size_t kHeader = alignof(std::max_align_t);
 
 void* allocate(std::size_t size) noexcept
 {
-    if (size > SIZE_MAX - kHeader)
-        return nullptr;
-    void* block = std::malloc(size + kHeader);
+    void* block = size <= SIZE_MAX - kHeader ? std::malloc(size + kHeader) : nullptr;
     if (!block)
         return nullptr;
     *static_cast<std::size_t*>(block) = size;
@@ -24,14 +22,6 @@ void* allocate(std::size_t size) noexcept
     for (std::size_t highest = peak; now > highest && !peak.compare_exchange_weak(highest, now);) {
     }
     return static_cast<std::byte*>(block) + kHeader;
-}
-
-void* allocateOrThrow(std::size_t size)
-{
-    void* memory = allocate(size);
-    if (!memory)
-        throw std::bad_alloc();
-    return memory;
 }
 
 void release(void* memory) noexcept
@@ -46,34 +36,28 @@ void release(void* memory) noexcept
 } // namespace
 
 // clang-format off
-void* operator new(std::size_t size) { return allocateOrThrow(size); }
-void* operator new[](std::size_t size) { return allocateOrThrow(size); }
+void* operator new(std::size_t size)
+{
+    if (void* memory = allocate(size))
+        return memory;
+    throw std::bad_alloc();
+}
+void* operator new[](std::size_t size) { return operator new(size); }
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
 void operator delete(void* memory) noexcept { release(memory); }
 void operator delete[](void* memory) noexcept { release(memory); }
 void operator delete(void* memory, std::size_t) noexcept { release(memory); }
 void operator delete[](void* memory, std::size_t) noexcept { release(memory); }
-void operator delete(void* memory, const std::nothrow_t&) noexcept { release(memory); }
-void operator delete[](void* memory, const std::nothrow_t&) noexcept { release(memory); }
 // clang-format on
 
-namespace cel::test {
-
-std::size_t heapInUse()
-{
-    return inUse;
-}
-
-HeapPeak::HeapPeak()
+cel::test::HeapPeak::HeapPeak()
     : before_(inUse)
 {
     peak = before_;
 }
 
-std::size_t HeapPeak::growth() const
+std::size_t cel::test::HeapPeak::growth() const
 {
     return peak - before_;
 }
-
-} // namespace cel::test

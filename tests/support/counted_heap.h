@@ -2,14 +2,11 @@
 
 #include <cstddef>
 
-/// What the heap holds, for programs whose `operator new` is the one of counted_heap.cpp. Plain and
-/// array forms of this thread's program are counted; over-aligned ones go uncounted.
 namespace cel::test {
 
-/// Bytes in use that came from `operator new`, on any thread.
-std::size_t heapInUse();
-
-/// Watches by how much the heap grows at most, from its construction on. One at a time.
+/// Watches by how much the heap of a program grows at most, from construction on. Counts what comes
+/// from the plain and array forms of `operator new` that counted_heap.cpp puts in place of the
+/// usual ones, on any thread. One at a time.
 class HeapPeak
 {
 public:

@@ -10,36 +10,6 @@
 
 namespace cel::test {
 
-namespace {
-
-std::string number(double value)
-{
-    char text[32];
-    return std::string(text, std::to_chars(text, std::end(text), value).ptr);
-}
-
-std::string hexadecimal(unsigned value)
-{
-    char text[16];
-    return std::string(text, std::to_chars(text, std::end(text), value, 16).ptr);
-}
-
-const char* nameOf(ce_info kind)
-{
-    switch (kind) {
-    case in_point:
-        return "in ";
-    case level_change:
-        return "change ";
-    case out_point:
-        return "out ";
-    default:
-        return "undefined ";
-    }
-}
-
-} // namespace
-
 std::vector<std::byte> hexFile(std::string_view name)
 {
     const std::string path = std::string(CEL_TEST_DATA "/") + std::string(name) + ".hex";
@@ -90,40 +60,6 @@ Encoded encode(const Cel& track)
         throw std::runtime_error("a track was packed as no layer");
     const auto body = file.bytes().subspan(frame->bodyOffset, frame->bodyBytes);
     return {{body.begin(), body.end()}, frame->revision};
-}
-
-std::string fields(const ChannelEvent& event)
-{
-    std::string text = nameOf(event.info()) + number(event.edit_time()) + " strip " +
-                       number(event.strip_time()) + " " +
-                       std::string(event.strip_name().asString(true).view());
-    if (event.level_sc() != 1.0F)
-        text += " level " + number(double(event.level_sc()));
-    if (event.velocity() != 1.0F)
-        text += " speed " + number(double(event.velocity()));
-    if (event.infoWord() != event.info())
-        text += " word " + hexadecimal(event.infoWord());
-    const IdStamp id = event.editGraph();
-    const bool madeByHand = (id.word(0) | id.word(1) | (id.word(2) & 0x3FFFFFFF)) <= 0xFF;
-    if (id.valid() && madeByHand)
-        text += " graph " + hexadecimal(id.word(0)) + "-" + hexadecimal(id.word(1)) + "-" +
-                hexadecimal(id.word(2));
-    if (event.audioRampWord() != 0)
-        text += " ramp " + std::to_string(event.audioRamp_DurationQFrames()) + "/" +
-                std::to_string(event.audioRamp_CurveType());
-    if (event.get_trim_type() != trim_none)
-        text += " trim " + std::to_string(event.get_trim_type());
-    if (event.get_ChannelEventModification() != 0)
-        text += " mod " + hexadecimal(event.get_ChannelEventModification());
-    return text;
-}
-
-std::string fields(const Cel& track)
-{
-    std::string text;
-    for (const ChannelEvent& event : track.events())
-        text += "\n" + fields(event);
-    return text;
 }
 
 std::string hexText(std::span<const std::byte> bytes)

@@ -35,18 +35,6 @@ struct Encoded
 };
 Encoded encode(const Cel& track);
 
-/// Every stored field of an event in one line:
-///
-///     in 1 strip 10 86:5:2:9:0 level 0.5 speed 2 word 1301 graph 1-2-40000003 ramp 100/2 trim 1
-///     mod 4
-///
-/// Plain ones are left out: level 1, speed 1, a word that holds the kind alone, ramp 0/0, trim 0,
-/// mod 0, graph 0-0-0; so is a graph with a word above ff, which no file here has: it is fresh.
-std::string fields(const ChannelEvent& event);
-
-/// The same of all events, each behind a line end.
-std::string fields(const Cel& track);
-
 /// A text of hexadecimal bytes, 16 a line, for comparing.
 std::string hexText(std::span<const std::byte> bytes);
 

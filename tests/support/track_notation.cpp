@@ -1,6 +1,7 @@
 #include "tests/support/track_notation.h"
 
-#include <cctype>
+#include "cel/inspect.h"
+
 #include <charconv>
 #include <cmath>
 #include <stdexcept>
@@ -9,243 +10,171 @@ namespace cel::test {
 
 namespace {
 
-/// Material that is no letter.
-struct Special
-{
-    char letter;
-    Cookie material;
-};
-const Special kSpecials[] = {
-    {'.', video_black},
-    {',', audio_black},
-    {'$', Cookie(kEffectCookie, Cookie::kEffect, 0, Cookie::kSynthetic)},
-    {'&', Cookie(kSubtitleCookie, 1, 0, 1)},
-    {'?', Cookie()},
-};
-
+constexpr std::string_view kLetters = ".,$&?ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 constexpr std::string_view kKindSigns = "<=>|";
 constexpr ce_info kKinds[] = {in_point, level_change, out_point, undefined_event};
 
-/// What a suffix sets: of both ends, or first of the in point alone.
-struct Field
+[[noreturn]] void refuse(std::string_view text)
 {
-    char sign;
-    bool bothByDefault;
-    void (*set)(ChannelEvent&, double);
-    double (*get)(const ChannelEvent&);
-    double plain;
-};
-
-// clang-format off
-const Field kFields[] = {
-    {'*', true, [](ChannelEvent& e, double v) { e.velocity(v == kUnsetTime ? kUnsetVelocity : static_cast<float>(v)); },
-        [](const ChannelEvent& e) { return e.velocity() == kUnsetVelocity ? kUnsetTime : double(e.velocity()); }, 1},
-    {':', true, [](ChannelEvent& e, double v) { e.level_sc(static_cast<float>(v)); },
-        [](const ChannelEvent& e) { return double(e.level_sc()); }, 1},
-    {'~', true, [](ChannelEvent& e, double v) { e.audioRamp_DurationQFrames(static_cast<unsigned>(v)); },
-        [](const ChannelEvent& e) { return double(e.audioRamp_DurationQFrames()); }, 0},
-    {'/', true, [](ChannelEvent& e, double v) { e.audioRamp_CurveType(static_cast<int>(v)); },
-        [](const ChannelEvent& e) { return double(e.audioRamp_CurveType()); }, 0},
-    {'%', true, [](ChannelEvent& e, double v) { e.varispeed_display_modifier(static_cast<int>(v)); },
-        [](const ChannelEvent& e) { return double(e.varispeed_display_modifier()); }, 0},
-    {'^', true, [](ChannelEvent& e, double v) { e.set_trim(static_cast<trim_type>(v)); },
-        [](const ChannelEvent& e) { return double(e.get_trim_type()); }, 0},
-    {'#', false, [](ChannelEvent& e, double v) { e.editGraph(IdStamp(static_cast<unsigned>(v), 0, 0)); },
-        [](const ChannelEvent& e) { return e.editGraph().word(1) == 0 && e.editGraph().word(2) == 0 ? double(e.editGraph().word(0)) : -1.0; }, -1},
-};
-// clang-format on
-
-/// One word of a notation, read from the front.
-class Reader
-{
-public:
-    explicit Reader(std::string_view word)
-        : word_(word)
-        , rest_(word)
-    {
-    }
-
-    bool done() const { return rest_.empty(); }
-    char next() const { return rest_.empty() ? '\0' : rest_.front(); }
-
-    char take()
-    {
-        if (rest_.empty())
-            fail();
-        const char character = rest_.front();
-        rest_.remove_prefix(1);
-        return character;
-    }
-    bool skip(char expected)
-    {
-        if (next() != expected)
-            return false;
-        take();
-        return true;
-    }
-
-    double number()
-    {
-        if (skip('?'))
-            return kUnsetTime;
-        double value = 0;
-        const auto read = std::from_chars(rest_.data(), rest_.data() + rest_.size(), value);
-        if (read.ec != std::errc())
-            fail();
-        rest_.remove_prefix(static_cast<std::size_t>(read.ptr - rest_.data()));
-        return value;
-    }
-
-    [[noreturn]] void fail() const
-    {
-        throw std::invalid_argument("no track notation: " + std::string(word_));
-    }
-
-private:
-    std::string_view word_;
-    std::string_view rest_;
-};
-
-double velocityOf(const ChannelEvent& e)
-{
-    return e.velocity() == kUnsetVelocity ? 1.0 : double(e.velocity());
+    throw std::invalid_argument("no track notation: " + std::string(text));
 }
 
-double stripOnLine(const ChannelEvent& in, double t)
+/// Takes a number, or '?' for an unset one, off the front of a text.
+double takeNumber(std::string_view& text)
 {
-    return in.strip_time() + velocityOf(in) * (t - in.edit_time());
+    if (text.starts_with('?')) {
+        text.remove_prefix(1);
+        return kUnsetTime;
+    }
+    double value = 0;
+    const auto read = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (read.ec != std::errc())
+        refuse(text);
+    text.remove_prefix(static_cast<std::size_t>(read.ptr - text.data()));
+    return value;
 }
 
-/// Reads one suffix into the events of a word: one event, or the two ends of a section.
-/// @param outStrip  receives a strip time given for the out point.
-void readSuffix(Reader& reader, std::span<ChannelEvent> ends, double& outStrip)
+double number(std::string_view text)
 {
-    ChannelEvent& in = ends.front();
-    ChannelEvent& out = ends.back();
-    const char sign = reader.take();
-    if (sign == '!') {
-        in.setActive(false);
-        out.setActive(reader.skip('>'));
-        return;
-    }
-    if (sign == '>' && reader.skip('!')) {
-        out.setActive(false);
-        return;
-    }
-    if (sign == '@') {
-        in.strip_time(reader.number());
-        if (reader.skip('>'))
-            outStrip = reader.number();
-        return;
-    }
-    for (const Field& field : kFields) {
-        if (field.sign != sign)
-            continue;
-        const double value = reader.number();
-        field.set(in, value);
-        if (reader.next() == '>' && ends.size() == 2) {
-            reader.take();
-            field.set(out, reader.number());
-        } else if (field.bothByDefault) {
-            field.set(out, value);
-        }
-        return;
-    }
-    reader.fail();
+    const double value = takeNumber(text);
+    return text.empty() ? value : (refuse(text), 0.0);
 }
 
-void readWord(std::string_view word, std::vector<ChannelEvent>& events)
-{
-    Reader reader(word);
-    Cookie cookie = material(reader.take());
-    if (reader.skip('\''))
-        cookie.setVersion(1);
-
-    const std::size_t kind = kKindSigns.find(reader.next());
-    const bool alone = kind != std::string_view::npos;
-    if (alone)
-        reader.take();
-    const double from = reader.number();
-    if (!alone && !reader.skip('-'))
-        reader.fail();
-    const double to = alone ? from : reader.number();
-
-    const auto at = [&](double t, ce_info info) {
-        ChannelEvent event(t, 0.0, cookie, 1.0F, info, IdStamp(0, 0, 0), 0);
-        event.velocity(1.0F);
-        return event;
-    };
-    ChannelEvent ends[] = {at(from, alone ? kKinds[kind] : in_point), at(to, out_point)};
-    const std::span made(ends, alone ? 1 : 2);
-    double outStrip = std::nan("");
-    while (!reader.done())
-        readSuffix(reader, made, outStrip);
-    if (!alone)
-        ends[1].strip_time(std::isnan(outStrip) ? stripOnLine(ends[0], to) : outStrip);
-    events.insert(events.end(), made.begin(), made.end());
-}
-
-std::string number(double value)
+std::string textOf(double value)
 {
     if (value == kUnsetTime)
         return "?";
     char text[64];
-    const bool ordinary = std::fabs(value) < 1e9;
-    const auto end = std::to_chars(text, std::end(text), value,
-                                   ordinary ? std::chars_format::fixed : std::chars_format::general,
-                                   ordinary ? 6 : 9);
-    std::string result(text, end.ptr);
-    if (ordinary) {
-        result.erase(result.find_last_not_of('0') + 1);
-        if (result.back() == '.')
-            result.pop_back();
-    }
+    if (!(std::fabs(value) < 1e9))
+        return {text,
+                std::to_chars(text, std::end(text), value, std::chars_format::general, 9).ptr};
+    std::string result(text,
+                       std::to_chars(text, std::end(text), value, std::chars_format::fixed, 6).ptr);
+    result.erase(result.find_last_not_of('0') + 1);
+    if (result.back() == '.')
+        result.pop_back();
     return result == "-0" ? "0" : result;
+}
+
+IdStamp idOf(std::string_view text)
+{
+    return text.find('-') == text.npos ? IdStamp(static_cast<unsigned>(number(text)), 0, 0)
+                                       : IdStamp(LightweightString<char>(text));
+}
+
+/// Nothing for an identifier that is fresh.
+std::string textOf(const IdStamp& id)
+{
+    if ((id.word(0) | id.word(1) | (id.word(2) & 0x3FFFFFFF)) > 0xFF)
+        return "";
+    return (id.word(1) | id.word(2)) == 0 ? std::to_string(id.word(0)) : id.asString().c_str();
+}
+
+/// What a suffix stands for. Of one value alone the out point gets the same, or what is plain.
+struct Field
+{
+    char sign;
+    const char* plain;
+    bool bothAlike;
+    void (*set)(ChannelEvent&, std::string_view);
+    std::string (*get)(const ChannelEvent&);
+};
+using Event = ChannelEvent;
+using Text = std::string_view;
+// clang-format off
+const Field kFields[] = {
+    {'@', "0", false, [](Event& e, Text t) { e.strip_time(number(t)); },                      [](const Event& e) { return textOf(e.strip_time()); }},
+    {'*', "1", true,  [](Event& e, Text t) { e.velocity(t == "?" ? kUnsetVelocity : float(number(t))); },
+                      [](const Event& e) { return e.velocity() == kUnsetVelocity ? "?" : textOf(e.velocity()); }},
+    {':', "1", true,  [](Event& e, Text t) { e.level_sc(float(number(t))); },                 [](const Event& e) { return textOf(e.level_sc()); }},
+    {'~', "0", true,  [](Event& e, Text t) { e.audioRamp_DurationQFrames(unsigned(number(t))); }, [](const Event& e) { return textOf(e.audioRamp_DurationQFrames()); }},
+    {'/', "0", true,  [](Event& e, Text t) { e.audioRamp_CurveType(int(number(t))); },        [](const Event& e) { return textOf(e.audioRamp_CurveType()); }},
+    {'%', "0", true,  [](Event& e, Text t) { e.varispeed_display_modifier(int(number(t))); }, [](const Event& e) { return textOf(e.varispeed_display_modifier()); }},
+    {'!', "0", true,  [](Event& e, Text t) { e.setActive(!t.empty() && number(t) == 0); },                  [](const Event& e) { return textOf(e.isActive() ? 0 : 1); }},
+    {'^', "0", true,  [](Event& e, Text t) { e.set_trim(trim_type(unsigned(number(t)))); },   [](const Event& e) { return textOf(e.get_trim_type()); }},
+    {'=', "0", true,  [](Event& e, Text t) { e.set_ChannelEventModification(unsigned(number(t))); }, [](const Event& e) { return textOf(e.get_ChannelEventModification()); }},
+    {'#', "",  false, [](Event& e, Text t) { e.editGraph(idOf(t)); },                         [](const Event& e) { return textOf(e.editGraph()); }},
+};
+// clang-format on
+constexpr std::string_view kSigns = "@*:~/%!^=#";
+
+double stripOnLine(const Event& in, double t)
+{
+    const double speed = in.velocity() == kUnsetVelocity ? 1.0 : double(in.velocity());
+    return in.strip_time() + speed * (t - in.edit_time());
+}
+
+/// Reads the suffixes of a word into its one event, or into the two ends of its section.
+void readSuffixes(std::string_view text, std::span<Event> ends)
+{
+    while (!text.empty()) {
+        const std::size_t place = kSigns.find(text.front());
+        if (place == kSigns.npos)
+            refuse(text);
+        const Field& field = kFields[place];
+        const std::string_view values = text.substr(1, text.find_first_of(kSigns, 1) - 1);
+        text.remove_prefix(1 + values.size());
+        const std::size_t split = values.find('>');
+        field.set(ends.front(), values.substr(0, split));
+        if (split != values.npos)
+            field.set(ends.back(), values.substr(split + 1));
+        else if (field.bothAlike)
+            field.set(ends.back(), values);
+    }
+}
+
+void readWord(std::string_view word, std::vector<Event>& events)
+{
+    Cookie cookie = material(word.front());
+    word.remove_prefix(1);
+    if (word.starts_with('\'')) {
+        cookie.setVersion(1);
+        word.remove_prefix(1);
+    }
+    const std::size_t kind = word.empty() ? kKindSigns.npos : kKindSigns.find(word.front());
+    const bool alone = kind != kKindSigns.npos;
+    word.remove_prefix(alone);
+    const double from = takeNumber(word);
+    if (!alone && !word.starts_with('-'))
+        refuse(word);
+    word.remove_prefix(!alone);
+    const double to = alone ? from : takeNumber(word);
+
+    Event ends[] = {{from, 0.0, cookie, 1.0F, alone ? kKinds[kind] : in_point, IdStamp(0, 0, 0), 0},
+                    {to, std::nan(""), cookie, 1.0F, out_point, IdStamp(0, 0, 0), 0}};
+    for (Event& end : ends)
+        end.velocity(1.0F);
+    readSuffixes(word, std::span(ends, alone ? 1 : 2));
+    if (std::isnan(ends[1].strip_time()))
+        ends[1].strip_time(stripOnLine(ends[0], to));
+    events.insert(events.end(), ends, ends + (alone ? 1 : 2));
 }
 
 std::string letterOf(Cookie cookie)
 {
     const std::string version = cookie.version() == 1 ? "'" : "";
     cookie.setVersion(0);
-    for (char letter = '!'; letter <= 'z'; ++letter) {
-        const bool used = std::isalpha(static_cast<unsigned char>(letter)) ||
-                          std::string_view(".,$&?").find(letter) != std::string_view::npos;
-        if (used && material(letter) == cookie)
+    for (const char letter : kLetters)
+        if (material(letter) == cookie)
             return letter + version;
-    }
     return "(" + std::string(cookie.asString(true).view()) + ")";
 }
 
-/// The suffixes of a section's two ends, or of one event (both the same then).
-std::string suffixes(const ChannelEvent& in, const ChannelEvent& out)
+std::string suffixes(const Event& in, const Event& out)
 {
-    const bool alone = &in == &out;
     std::string text;
-    const double line = stripOnLine(in, out.edit_time());
-    const bool offLine = !alone && number(out.strip_time()) != number(line);
-    if (number(in.strip_time()) != "0" || offLine)
-        text += "@" + number(in.strip_time());
-    if (offLine)
-        text += ">" + number(out.strip_time());
     for (const Field& field : kFields) {
-        const std::string first = number(field.get(in));
-        const std::string last = number(field.get(out));
-        const std::string plain = number(field.plain);
-        const bool lastCounts = !alone && last != (field.bothByDefault ? first : plain);
-        if (first != plain || lastCounts)
+        const std::string first = field.get(in);
+        const std::string last = field.get(out);
+        const bool strip = field.sign == '@';
+        const std::string expected = strip             ? textOf(stripOnLine(in, out.edit_time()))
+                                     : field.bothAlike ? first
+                                                       : field.plain;
+        const bool lastCounts = &in != &out && last != expected;
+        if (first != field.plain || lastCounts)
             text += field.sign + first + (lastCounts ? ">" + last : "");
     }
-    if (!in.isActive())
-        text += alone || !out.isActive() ? "!" : "!>";
-    else if (!out.isActive())
-        text += ">!";
     return text;
-}
-
-bool isSection(std::span<const ChannelEvent> pair)
-{
-    return pair.size() >= 2 && pair[0].info() == in_point && pair[1].info() == out_point &&
-           pair[0].strip_name() == pair[1].strip_name();
 }
 
 std::string kindSign(ce_info kind)
@@ -260,19 +189,27 @@ std::string kindSign(ce_info kind)
 
 Cookie material(char letter)
 {
-    for (const Special& special : kSpecials)
-        if (special.letter == letter)
-            return special.material;
-    if (letter >= 'A' && letter <= 'Z')
-        return Cookie(kVideoCookie, letter, 0, 1);
-    if (letter >= 'a' && letter <= 'z')
-        return Cookie(kAudioCookie, letter, 0, 1);
-    throw std::invalid_argument(std::string("no material: ") + letter);
+    switch (letter) {
+    case '.':
+        return video_black;
+    case ',':
+        return audio_black;
+    case '$':
+        return Cookie(kEffectCookie, Cookie::kEffect, 0, Cookie::kSynthetic);
+    case '&':
+        return Cookie(kSubtitleCookie, 1, 0, 1);
+    case '?':
+        return Cookie();
+    default:
+        if (kLetters.find(letter) == kLetters.npos)
+            refuse(std::string_view(&letter, 1));
+        return Cookie(letter <= 'Z' ? kVideoCookie : kAudioCookie, letter, 2, 9);
+    }
 }
 
-std::vector<ChannelEvent> events(std::string_view notation)
+std::vector<Event> events(std::string_view notation)
 {
-    std::vector<ChannelEvent> result;
+    std::vector<Event> result;
     while (!notation.empty()) {
         const std::string_view word = notation.substr(0, notation.find(' '));
         if (!word.empty())
@@ -286,19 +223,17 @@ void fill(Cel& track, std::string_view notation)
 {
     // The track takes well-formed place holders of the same material, which then become the
     // events as written: so it can hold what it would refuse, with its counters right.
-    const std::vector<ChannelEvent> wanted = events(notation);
+    const std::vector<Event> wanted = events(notation);
     const int before = track.numEvents();
-    const double end = isRealTime(track.get_end_time()) && before > 0 ? track.get_end_time() : 0.0;
+    const double t = before > 0 && isRealTime(track.get_end_time()) ? track.get_end_time() : 0.0;
     for (std::size_t i = 0; i < wanted.size(); ++i) {
         const bool spare = wanted.size() % 2 == 1 && i >= 1; // a level change in the first section
-        const ce_info kind = spare && i == 1        ? level_change
-                             : (i + spare) % 2 == 0 ? in_point
-                                                    : out_point;
-        if (!track.addEvent({end, 0.0, wanted[i].strip_name(), 1.0F, kind, IdStamp(0, 0, 0), 0}))
+        const ce_info side = (i + spare) % 2 == 0 ? in_point : out_point;
+        const ce_info kind = spare && i == 1 ? level_change : side;
+        if (!track.addEvent({t, 0.0, wanted[i].strip_name(), 1.0F, kind, IdStamp(0, 0, 0), 0}))
             throw std::invalid_argument("the track has an open section");
     }
-    for (std::size_t i = 0; i < wanted.size(); ++i)
-        *track.getChanEventPtr(before + static_cast<int>(i)) = wanted[i];
+    std::copy(wanted.begin(), wanted.end(), track.getChanEventPtr(before));
     track.make_clean();
 }
 
@@ -309,27 +244,30 @@ Kt::Ptr<Cel> track(std::string_view notation, double resolution)
     return result;
 }
 
-std::string describe(std::span<const ChannelEvent> events)
+std::string describe(std::span<const Event> events)
 {
     std::string text;
     while (!events.empty()) {
-        const bool section = isSection(events);
-        const ChannelEvent& first = events[0];
-        const ChannelEvent& last = events[section ? 1 : 0];
+        const Event& first = events[0];
+        const bool section = events.size() >= 2 && first.info() == in_point &&
+                             events[1].info() == out_point &&
+                             first.strip_name() == events[1].strip_name();
+        const Event& last = events[section ? 1 : 0];
         text += (text.empty() ? "" : " ") + letterOf(first.strip_name());
-        if (section)
-            text += number(first.edit_time()) + "-" + number(last.edit_time());
-        else
-            text += kindSign(first.info()) + number(first.edit_time());
+        text += section ? textOf(first.edit_time()) + "-" + textOf(last.edit_time())
+                        : kindSign(first.info()) + textOf(first.edit_time());
         text += suffixes(first, last);
         events = events.subspan(section ? 2 : 1);
     }
     return text;
 }
 
-std::string describe(const Cel& track)
+std::string counters(const Cel& track)
 {
-    return describe(track.events());
+    const CelState state = inspect(track);
+    return std::to_string(state.eventCount) + " material, " +
+           std::to_string(state.blackEventCount) + " black, open " +
+           std::to_string(state.pendingInIndex);
 }
 
 } // namespace cel::test

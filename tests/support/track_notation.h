@@ -21,9 +21,11 @@
 ///     ~20  ~20>8    ramp in quarter frames (0)
 ///     /2   /2>0     curve of the ramp (0)
 ///     %3   %3>0     varispeed display modifier (0)
+///     !1   !1>0     inactive (0); `!` says the same as `!1`
 ///     ^1   ^1>2     trim selection (0)
-///     !             inactive; `!>` only the in point, `>!` only the out point
-///     #7   #7>8     edit graph IdStamp(7, 0, 0) of the in point, of the out point (fresh)
+///     =4   =4>0     modification set, not applied (0)
+///     #7   #7>8     edit graph IdStamp(7, 0, 0) of the in point, of the out point (fresh, of magic
+///                   type 1); also as the text of an IdStamp, `#1-2-40000003`
 ///
 /// Material: 'A' to 'Z' shots, 'a' to 'z' sounds, '.' black, ',' black sound, '$' an effect,
 /// '&' a subtitle, '?' the invalid Cookie; a ' behind it makes its version 1.
@@ -37,7 +39,6 @@ namespace cel::test {
 Cookie material(char letter);
 
 /// The events of a notation, as they are written, whether a track would accept them or not.
-/// Identifiers that are not given are fresh and of magic type 1.
 /// @throws std::invalid_argument for text that is no notation.
 std::vector<ChannelEvent> events(std::string_view notation);
 
@@ -48,9 +49,15 @@ void fill(Cel& track, std::string_view notation);
 /// A new track with these events.
 Kt::Ptr<Cel> track(std::string_view notation, double resolution = 0.04);
 
-/// The notation of events, numbers rounded to 1e-6. Whatever `events` accepts comes back in the
-/// order of the table above, plain values left out; identifiers only if a notation could give them.
+/// The notation of events, numbers rounded to 1e-6: what `events` reads, in the order of the table
+/// above and without what is plain. An identifier with a word above 0xFF counts as fresh.
 std::string describe(std::span<const ChannelEvent> events);
-std::string describe(const Cel& track);
+inline std::string describe(const Cel& track)
+{
+    return describe(track.events());
+}
+
+/// What a track knows of its events: "2 material, 2 black, open -1".
+std::string counters(const Cel& track);
 
 } // namespace cel::test
