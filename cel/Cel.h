@@ -586,7 +586,7 @@ private:
     void removeStepByStep(const Range& range, const CutPlace& from);
     void insertFrom(const Cel* source, const Range& range, double at, const IdMap& idMap);
     InsertionPlace placeOfInsertion(double at) const;
-    int inPointAt(double at) const;
+    Cookie blackAfter(const Splice& splice) const;
     void putIn(const InsertedMaterial& material, Splice splice, const InsertionPlace& place);
     void alignOutPoint(std::size_t index, double t);
     ce_handle effectToKeep(const Cel* source, const Range& range, double at) const;

@@ -158,7 +158,7 @@ void Cel::insertFrom(const Cel* source, const Range& range, double at, const IdM
     if (nothing)
         return;
 
-    InsertedMaterial material(*this, range, place.at, idMap);
+    InsertedMaterial material(*this, range, place.at, idMap, getBlackCookie());
     try {
         if (material.build(source))
             putIn(material, spliceAt(place), place);
@@ -174,15 +174,16 @@ Cel::InsertionPlace Cel::placeOfInsertion(double at) const
 {
     InsertionPlace place;
     place.at = at;
-    place.index = inPointAt(at);
-    if (place.index >= 0)
-        return place;
-    // Where no section begins, material goes to the frames of the track.
-    place.at = toGrid(at, resolution_);
-    place.index = inPointAt(place.at);
-    if (place.index >= 0)
-        return place;
-    place.cut = placeOfCut(place.at);
+    place.cut = placeOfCut(at);
+    if (place.cut.kind != CutPlace::atInPoint) {
+        // Where no section begins, material goes to the frames of the track.
+        place.at = toGrid(at, resolution_);
+        place.cut = placeOfCut(place.at);
+    }
+    // Less than half a frame of the last section is no place to cut: the material follows it.
+    const bool atEnd = isAfter(place.at + resolution_ * 0.5, get_end_time());
+    if (place.cut.kind == CutPlace::insideSection && atEnd)
+        place.cut = {};
     place.index = place.cut.in;
     if (place.cut.kind != CutPlace::nowhere)
         return place;
@@ -199,14 +200,6 @@ Cel::InsertionPlace Cel::placeOfInsertion(double at) const
     });
     place.index = static_cast<int>(later - events_.begin());
     return place;
-}
-
-int Cel::inPointAt(double at) const
-{
-    const int index = cel::detail::findEvent(events_, at + resolution_ * 0.5, in_point, -1);
-    const bool there =
-        index >= 0 && valEqualsVal(events_[static_cast<std::size_t>(index)].edit_time(), at);
-    return there ? index : -1;
 }
 
 Cel::Splice Cel::spliceAt(const InsertionPlace& place) const
@@ -240,13 +233,13 @@ void Cel::putIn(const InsertedMaterial& material, Splice splice, const Insertion
     const double reached = before ? before->edit_time() : behind ? material.start() : 0.0;
     const bool blackBefore = place.inGap && toGrid(material.start() - reached, resolution_) > 0.0;
     if (blackBefore)
-        cel::detail::appendBlack(inserted, getBlackCookie(), reached, material.start());
+        cel::detail::appendBlack(inserted, material.black(), reached, material.start());
     inserted.insert(inserted.end(), material.events().begin(), material.events().end());
     const double resumed =
         behind ? toGrid((behind->edit_time() + splice.closed) + splice.opened, resolution_)
                : material.end() + place.blackBehind;
     if (place.inGap && isAfter(resumed, material.end()))
-        cel::detail::appendBlack(inserted, getBlackCookie(), material.end(), resumed);
+        cel::detail::appendBlack(inserted, material.black(), material.end(), resumed);
 
     splice.events.insert(splice.events.begin() + static_cast<std::ptrdiff_t>(splice.moving),
                          inserted.begin(), inserted.end());
@@ -258,18 +251,18 @@ void Cel::putIn(const InsertedMaterial& material, Splice splice, const Insertion
 
 void Cel::alignOutPoint(std::size_t index, double t)
 {
-    // Material that went to the nearest frame meets the section in front of it.
-    ChannelEvent& out = events_[index];
-    const double by = t - out.edit_time();
-    const double half = resolution_ * 0.5 + cel::kTimeEpsilon;
+    // Material that went to the nearest frame meets the section in front of it; it gives way where
+    // that section begins later than the frame.
     const int in = cel::detail::matchingIn(events_, static_cast<int>(index));
-    if (by == 0.0 || !(std::fabs(by) <= half) || in < 0)
+    const double by = t - events_[index].edit_time();
+    if (by == 0.0 || !(std::fabs(by) <= resolution_ * 0.5 + cel::kTimeEpsilon) || in < 0)
         return;
-    const ChannelEvent& inPoint = events_[static_cast<std::size_t>(in)];
-    const double moved = std::max(t, inPoint.edit_time());
-    out.strip_time(out.strip_time() +
-                   cel::detail::effectiveSpeed(inPoint) * (moved - out.edit_time()));
-    out.edit_time(moved);
+    const double meeting = std::max(t, events_[static_cast<std::size_t>(in)].edit_time());
+    for (ChannelEvent* event : {&events_[index], &events_[index + 1]}) {
+        event->strip_time(event->strip_time() + cel::detail::effectiveSpeed(*event) *
+                                                    (meeting - event->edit_time()));
+        event->edit_time(meeting);
+    }
 }
 
 // ---- replace ----------------------------------------------------------------------------------
@@ -333,14 +326,35 @@ bool Cel::replaceAtOnce(const Cel* source, const Range& range, const Range& onto
         return false;
 
     InsertionPlace place;
-    Splice splice = spliceOut(onto, from, to);
-    // With nothing left behind the stretch, material goes to the frames of the track.
+    place.at = onto.start();
     place.inGap = to.kind == CutPlace::nowhere;
-    place.at = place.inGap ? toGrid(onto.start(), resolution_) : onto.start();
-    InsertedMaterial material(*this, range, place.at, idMap);
+    if (place.inGap) {
+        // With nothing left behind the stretch, material goes to the frames of the track, behind
+        // the section in front if that began before them.
+        place.at = toGrid(onto.start(), resolution_);
+        const int front = from.kind == CutPlace::insideSection ? from.in : from.in - 2;
+        const double earliest = std::min(place.at, onto.start());
+        if (front >= 0 && !isAfter(earliest, events_[static_cast<std::size_t>(front)].edit_time()))
+            return false;
+    }
+    Splice splice = spliceOut(onto, from, to);
+    // A hole in front of what follows is filled as well, which two edits do better than one.
+    if (to.kind == CutPlace::atInPoint &&
+        !valEqualsVal(events_[splice.end].edit_time() + splice.closed, onto.start()))
+        return false;
+    InsertedMaterial material(*this, range, place.at, idMap, blackAfter(splice));
     if (material.build(source))
         putIn(material, std::move(splice), place);
     else
         apply(splice);
     return true;
+}
+
+Cookie Cel::blackAfter(const Splice& splice) const
+{
+    const ChannelEvent* first = splice.first > 0              ? &events_.front()
+                                : !splice.events.empty()      ? &splice.events.front()
+                                : splice.end < events_.size() ? &events_[splice.end]
+                                                              : nullptr;
+    return first && first->strip_name().type() == kAudioCookie ? audio_black : video_black;
 }

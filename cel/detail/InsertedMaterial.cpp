@@ -36,11 +36,12 @@ struct Cel::InsertedMaterial::Clip
 };
 
 Cel::InsertedMaterial::InsertedMaterial(Cel& track, const Range& range, double at,
-                                        const IdMap& idMap)
+                                        const IdMap& idMap, const Cookie& black)
     : track_(track)
     , range_(range)
     , at_(at)
     , idMap_(idMap)
+    , black_(black)
     , reached_(range.start())
 {
 }
@@ -66,7 +67,7 @@ void Cel::InsertedMaterial::buildBlack()
 {
     const double start = onTrack(range_.start());
     const double length = toGrid(range_.length(), track_.resolution_);
-    cel::detail::appendBlack(events_, track_.getBlackCookie(), start, start + length);
+    cel::detail::appendBlack(events_, black_, start, start + length);
 }
 
 bool Cel::InsertedMaterial::buildSections(const Cel& source)
@@ -186,7 +187,7 @@ void Cel::InsertedMaterial::fillUpTo(double sourceTime)
     if (!isAfter(target, from))
         return;
     if (events_.empty() || toGrid(missing, track_.resolution_) > 0.0) {
-        cel::detail::appendBlack(events_, track_.getBlackCookie(), from, target);
+        cel::detail::appendBlack(events_, black_, from, target);
         return;
     }
     // Less than half a frame short: the section in front goes on.

@@ -13,8 +13,10 @@
 class Cel::InsertedMaterial
 {
 public:
-    /// @param at  edit time of the range's start on the track.
-    InsertedMaterial(Cel& track, const Range& range, double at, const IdMap& idMap);
+    /// @param at     edit time of the range's start on the track.
+    /// @param black  what stands where the source has nothing.
+    InsertedMaterial(Cel& track, const Range& range, double at, const IdMap& idMap,
+                     const Cookie& black);
 
     /// Builds from a source, or black alone from none. @return false when the source has no whole
     /// section where one must be.
@@ -24,6 +26,7 @@ public:
     void abandon() noexcept;
 
     const cel::detail::EventVector& events() const { return events_; }
+    const Cookie& black() const { return black_; }
     double start() const { return events_.front().edit_time(); }
     double end() const { return events_.back().edit_time(); }
 
@@ -43,6 +46,7 @@ private:
     const Range range_;
     const double at_;
     const IdMap& idMap_;
+    const Cookie black_;
     double reached_; ///< time of the source up to which the events go
     bool hasSection_ = false;
     cel::detail::EventVector events_;
