@@ -1,0 +1,34 @@
+#pragma once
+
+#include "platform/export.h"
+
+#include <optional>
+#include <string>
+
+class Cel;
+
+namespace cel {
+
+/// The first moment at which two tracks do not play the same.
+struct Difference
+{
+    double time;       ///< edit time in seconds
+    const char* field; ///< one word for a script: "material", "active", "strip", "speed", "level",
+                       ///< "display", "ramp"
+    std::string text;  ///< both sides, for a person
+};
+
+/// Compares what two tracks play, not how they are cut: at every time the same material at the same
+/// time of the material, with the same speed and level, within 1e-6.
+///
+/// Black and holes are the same, as is whatever lies beyond a track's end, and it does not matter
+/// which time of black plays. Sections of no length play nothing. A section that is not active
+/// differs from one that is. Audio ramps are compared at the cuts that both tracks have. Effects
+/// are objects of the store and not looked at.
+/// One pass over both tracks.
+CEL_API std::optional<Difference> explainDifference(const Cel& a, const Cel& b);
+
+/// Whether `explainDifference` finds none.
+CEL_API bool playsSame(const Cel& a, const Cel& b);
+
+} // namespace cel
