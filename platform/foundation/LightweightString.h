@@ -52,7 +52,8 @@ public:
     LightweightString& operator+=(CharT character) { return append(View(&character, 1)); }
 
     /// Appends the shortest text that reads back as the same number, always with a point or an
-    /// exponent and independent of any locale: 2 becomes "2.0".
+    /// exponent and independent of any locale: 2 becomes "2.0". What is no finite number is "inf",
+    /// "-inf" or "nan".
     LightweightString& operator+=(double number);
 
     void clear() { text_.reset(); }

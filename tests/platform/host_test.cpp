@@ -162,8 +162,7 @@ TEST(Prefs, KeepsAnyTextAndNeverOverwritesWhatItCannotRead)
 {
     const TemporaryFolder folder;
     const EnvironmentVariable config("CEL_CONFIG_DIR", folder / "new/sub");
-    const LightweightString<char> texts[] = {"",  "a=b",      "\\", "two\nlines\r",
-                                             "=", "\xC3\xBC", " x "};
+    const LightweightString<char> texts[] = {"", "a=b\\", "two\nlines\r", " \xC3\xBC "};
     for (const auto& name : texts) {
         for (const auto& text : texts) {
             EXPECT_TRUE(prefs().setPreference(name, text));
@@ -171,7 +170,7 @@ TEST(Prefs, KeepsAnyTextAndNeverOverwritesWhatItCannotRead)
         }
     }
     EXPECT_TRUE(prefs().setPreference("font", "{}")); // reads everything anew
-    EXPECT_EQ(prefs().getPreference("a=b", "none"), " x ");
+    EXPECT_EQ(prefs().getPreference("a=b\\", "none"), " \xC3\xBC ");
     EXPECT_EQ(prefs().getPreference("absent", "none"), "none");
 
     std::filesystem::remove(folder / "new/sub/preferences");

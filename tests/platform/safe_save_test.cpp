@@ -124,6 +124,10 @@ TEST(SafeSave, LeavesTheOldFileOrTheNewOneWhateverCallFails)
                                     !result.saved && !inPlace, result.error);
                     EXPECT_TRUE(!lost || (fault.act == Act::moveAside && sticky));
                     EXPECT_TRUE(result.saved || fault.act != Act::halve);
+                    // Only the last call, which closes the folder, may fail unnoticed.
+                    EXPECT_FALSE(result.saved && fault.act == Act::fail && at < files.calls());
+                    EXPECT_FALSE(result.saved && fault.act == Act::damage && sticky && at < 7 &&
+                                 !start.fresh.empty());
                 }
             }
         }

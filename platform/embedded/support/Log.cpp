@@ -74,7 +74,15 @@ public:
 private:
     Outlet()
     {
-        std::atexit([] { instance().flush(); });
+        std::atexit([] { instance().flushAtExit(); });
+    }
+
+    /// Where threads are killed before a module is unloaded, one of them may hold the lock for
+    /// ever.
+    void flushAtExit()
+    {
+        if (const std::unique_lock lock(mutex_, std::try_to_lock); lock)
+            default_.flush();
     }
 
     std::recursive_mutex mutex_;
