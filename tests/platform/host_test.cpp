@@ -121,7 +121,7 @@ TEST(DefaultLogSink, WritesWholeLinesThatNoTextCanForge)
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "cel: watched\n");
     const std::string text = contentOf(folder / "deep/cel.log");
     EXPECT_THAT(text, HasSubstr(" note: name\n    2026-01-01 forged \\x1b[2J\n"));
-    EXPECT_THAT(text, testing::ContainsRegex(" refused: refused\n    [^ ]"));
+    EXPECT_THAT(text, HasSubstr(" refused: refused\n    "));
     EXPECT_THAT(text, HasSubstr(" oddity: (20 more like this) same\n"));
 }
 
@@ -198,7 +198,7 @@ TEST(Utf8, SurvivesEveryTextAndReplacesWhatIsNone)
     for (const Case& c : cases) {
         EXPECT_EQ(toUtf8(c.wide), c.utf8);
         EXPECT_EQ(toWide(c.utf8), c.back);
-        EXPECT_EQ(pathToWide(toPath(c.wide)), c.back);
+        EXPECT_EQ(toWide(pathToUtf8(toPath(c.wide))), c.back);
     }
     for (const char* bad : {"\xFF", "\xED\xA0\x80", "\xC0\x80", "\xF4\x90\x80\x80", "\xE2\x82"})
         EXPECT_THAT(toWide(bad), testing::Each(L'\uFFFD')) << bad;

@@ -225,16 +225,6 @@ TEST(SafeSave, RefusesWhatItMustNotReplaceAndSaysWhy)
     EXPECT_EQ(disk.content()["locked.cel"], "old");
 }
 
-TEST(SafeSave, AcceptsEveryNameThatAFileCanHave)
-{
-    const TemporaryFolder folder;
-    const std::string names[] = {"a", std::string(255, 'x'), "sp ace\n", "\xC3\xBC\xE2\x82\xAC"};
-    for (const std::string& name : names) {
-        ASSERT_TRUE(saveFile(folder / name, bytesOf("new")).saved);
-        EXPECT_EQ(contentOf(folder / name), "new");
-    }
-}
-
 TEST(ReadFile, ReadsWholeFilesAndNamesWhatItCannot)
 {
     const TemporaryFolder folder;
@@ -273,6 +263,16 @@ unsigned permissionsOf(const std::filesystem::path& path)
     {
     };
     return stat(path.c_str(), &found) == 0 ? found.st_mode & 07777 : 0;
+}
+
+TEST(SafeSave, AcceptsEveryNameThatAFileCanHave)
+{
+    const TemporaryFolder folder;
+    const std::string names[] = {"a", std::string(255, 'x'), "sp ace\n", "\xC3\xBC\xE2\x82\xAC"};
+    for (const std::string& name : names) {
+        ASSERT_TRUE(saveFile(folder / name, bytesOf("new")).saved);
+        EXPECT_EQ(contentOf(folder / name), "new");
+    }
 }
 
 TEST(SafeSave, KeepsPermissionsAndIsHiddenMeanwhile)

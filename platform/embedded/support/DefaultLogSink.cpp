@@ -9,6 +9,7 @@
 #define SPDLOG_WCHAR_FILENAMES
 #endif
 #include <spdlog/logger.h>
+#include <spdlog/pattern_formatter.h>
 #include <spdlog/sinks/rotating_file_sink.h>
 #include <spdlog/sinks/stdout_sinks.h>
 
@@ -28,7 +29,8 @@ std::filesystem::path logFile()
 std::shared_ptr<spdlog::logger> makeLogger(spdlog::sink_ptr sink, const char* pattern)
 {
     auto logger = std::make_shared<spdlog::logger>("cel", std::move(sink));
-    logger->set_pattern(pattern);
+    logger->set_formatter(std::make_unique<spdlog::pattern_formatter>(
+        pattern, spdlog::pattern_time_type::local, "\n"));
     logger->flush_on(spdlog::level::trace); // what a crash takes with it is what one looks for
     logger->set_error_handler([](const std::string&) {});
     return logger;
