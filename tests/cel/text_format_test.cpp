@@ -170,8 +170,9 @@ TEST(TextReading, AppendsToWhatIsThereAndAnswersWhetherItIsPaired)
 
 TEST(TextReading, ReachesLinesBeyondSixteenBits)
 {
-    TextFile file = fileOf(std::string(65535, '\n') +
-                           "CEL_REVISION 1\nFRAME_RESOLUTION 0.04\n5 86:66:2:9:0 in 1\n7 x out");
+    std::string lines(65535, '\n');
+    lines += "CEL_REVISION 1\nFRAME_RESOLUTION 0.04\n5 86:66:2:9:0 in 1\n7 x out";
+    TextFile file = fileOf(lines);
     const Kt::Ptr<Cel> cel(new Cel(0, 0.5));
     EXPECT_TRUE(cel->buildFrom(file, 65535));
     EXPECT_EQ(describe(*cel), "B0-2@1");
