@@ -185,6 +185,11 @@ private:
             return;
         }
         const double length = *editOut - *editIn;
+        if (length <= kTimeEpsilon && !material.isBlack()) {
+            lose(line, "empty",
+                 "the section has no length and is left out: " + shown(file_[line]));
+            return;
+        }
         notePlace(line, *editIn);
         end_ = *editOut;
         laid_ += length;

@@ -207,15 +207,5 @@ TEST(SavingACut, ThatFailsLeavesEveryTrackUnsaved)
         EXPECT_EQ(track->is_dirty(), 1);
 }
 
-TEST(SavingACut, WithMoreTracksThanAReaderTakesIsRefused)
-{
-    Cut cut;
-    cut.tracks.assign(1001, track("A0-1"));
-    const TemporaryFolder folder;
-    std::string error;
-    EXPECT_FALSE(saveCut(cut, folder / "cut.cel", SaveGuard::refuse, error));
-    EXPECT_NE(error.find("more than 1000 tracks"), std::string::npos) << error;
-}
-
 } // namespace
 } // namespace cel::test

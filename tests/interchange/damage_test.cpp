@@ -1,10 +1,10 @@
+#include "cel/audit.h"
 #include "interchange/cel_stream.h"
 #include "platform/support/layers.h"
 #include "platform/support/object_stream.h"
 #include "tests/support/counted_heap.h"
 #include "tests/support/golden.h"
 #include "tests/support/log_capture.h"
-#include "tests/support/well_formed.h"
 
 #include <chrono>
 #include <gtest/gtest.h>
@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t kMiB = std::size_t(1) << 20;
 
-/// Reads a stream within the limits of time and memory, and asks everything of its tracks.
+/// Reads a stream within the limits of time and memory, and audits what came out.
 /// @return whether the reader had something to report.
 bool isReported(std::span<const std::byte> bytes)
 {
@@ -30,7 +30,7 @@ bool isReported(std::span<const std::byte> bytes)
     if (!loaded)
         return !error.empty();
     for (const Kt::Ptr<Cel>& track : loaded->cut.tracks)
-        askEverything(track);
+        (void)audit(*track);
     return !loaded->findings.empty();
 }
 
@@ -82,8 +82,8 @@ TEST(DamagedCutStream, WithSoundChecksumsIsReadWithinTheLimits)
         };
     };
     const Case cases[] = {
-        {"tracks without number", "C", nothing, 100'000},
-        {"unknown layers without number", "?", nothing, 100'000},
+        {"tracks without number", "C", nothing, 20'000},
+        {"unknown layers without number", "?", nothing, 20'000},
         {"all the entries there could be", "M", material(0xFFFFFFFF, 0), 1},
         {"entries without any text", "M", material(200'000, 200'000), 1},
         {"entries of unknown kind", "M",

@@ -173,37 +173,28 @@ TEST(EdlText, BeyondTheLimitsIsNamed)
 
 // ---- writing ----------------------------------------------------------------------------------
 
+/// A cut whose shots 'A' to 'E' are material of these reels; 'F' is in no table.
 Cut cutOf(std::initializer_list<const char*> tracks)
 {
     Cut cut;
     cut.title = "T";
-    for (const char* name : {"R1", "LONG REEL 1", "LONG REEL 2", "bl", ""})
-        cut.materials.add({kVideoCookie, "clip", name, ""});
-    for (const char* notation : tracks)
-        fill(*cut.addTrack(kVideoCookie), notation);
+    for (const char* reel : {"R1", "LONG REEL 1", "LONG REEL 2", "bl", ""})
+        cut.materials.add({kVideoCookie, "clip", reel, ""});
+    for (const char* notation : tracks) {
+        const Kt::Ptr<Cel> track = cut.addTrack(kVideoCookie);
+        fill(*track, notation);
+        for (int i = 0; i < track->numEvents(); ++i)
+            for (char shot = 'A'; shot <= 'F'; ++shot)
+                if (track->get_event(i).strip_name() == material(shot))
+                    track->getChanEventPtr(i)->strip_name(
+                        Cookie(kVideoCookie, shot - 'A' + 1, 0, 0));
+    }
     return cut;
-}
-
-/// The table's materials instead of the letters of the notation: 'A' is the first.
-void useTable(Cut& cut)
-{
-    for (const Kt::Ptr<Cel>& track : cut.tracks)
-        for (int i = 0; i < track->numEvents(); ++i) {
-            ChannelEvent& event = *track->getChanEventPtr(i);
-            if (!event.strip_name().isBlack() && event.strip_name().getInt3() != 647)
-                event.strip_name(
-                    Cookie(kVideoCookie,
-                           material('A').getInt1() == event.strip_name().getInt1()
-                               ? 1
-                               : event.strip_name().getInt1() - material('A').getInt1() + 1,
-                           0, 0));
-        }
 }
 
 TEST(EdlExport, WritesTheColumnsOfTheFormat)
 {
     Cut cut = cutOf({".0-1 A1-2@10*0.5 A2-3@10*0 .3-4 A4-5@10*-1", "A6-7"});
-    useTable(cut);
     cut.startFrame = 90000;
     EXPECT_EQ(exportEdl(cut).text,
               "TITLE: T\n"
@@ -252,7 +243,6 @@ TEST(EdlExport, NamesWhatTheFormCannotCarry)
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         Cut cut = cutOf({c.track});
-        useTable(cut);
         LossLedger losses = exportEdl(cut).losses;
         std::string kinds = kindsOf(losses);
         // So short a list has no frame that tells 25 from 24.
@@ -264,23 +254,10 @@ TEST(EdlExport, NamesWhatTheFormCannotCarry)
 
 TEST(EdlExport, KeepsShortenedReelsApart)
 {
-    Cut cut = cutOf({"B0-1 C1-2 B2-3"});
-    useTable(cut);
-    const std::string text = exportEdl(cut).text;
+    const std::string text = exportEdl(cutOf({"B0-1 C1-2 B2-3"})).text;
     EXPECT_NE(text.find("001  LONG_REE V"), std::string::npos) << text;
     EXPECT_NE(text.find("002  LONG_RE2 V"), std::string::npos);
     EXPECT_NE(text.find("003  LONG_REE V"), std::string::npos);
-}
-
-TEST(EdlExport, TellsTheRateThatAReaderWouldMiss)
-{
-    Cut cut;
-    cut.rate = {30000, 1001, false};
-    fill(*cut.addTrack(kVideoCookie), ".0-1.001");
-    const LossLedger losses = exportEdl(cut).losses;
-    EXPECT_EQ(describe(losses),
-              "0 rate: a list does not say its frame rate, and readers would take "
-              "24; tell them 29.97\n");
 }
 
 } // namespace

@@ -94,6 +94,7 @@ TEST(TextListImport, KeepsGoodPairsAndReportsTheOthers)
         {"not a finite number",         "0 86:1:0:0:0 in 5\ninf 86:1:0:0:0 out\n", "", "3 pair"},
         {"far beyond any time",         "0 86:1:0:0:0 in 5\n1e99 86:1:0:0:0 out\n", "", "3 pair"},
         {"ends before it starts",       "4 86:1:0:0:0 in 5\n1 86:1:0:0:0 out\n", "", "3 pair"},
+        {"no length",                   "1 86:1:0:0:0 in 5\n1 86:1:0:0:0 out\n", "", "3 empty"},
         {"a level that is none",        "0 86:1:0:0:0 in 5 loud\n1 86:1:0:0:0 out - -2\n",
          "0 5 x1, 1 6 x1", "0 material, 3 level, 4 level"},
         {"a speed that is none",        "0 86:1:0:0:0 in 5\n1 86:1:0:0:0 out 6 - 1e300\n",
