@@ -30,7 +30,7 @@ constexpr RawField kRawFields[] = {
     {"graph", [](Session& s, ChannelEvent& e, const Value& v) { e.editGraph(s.stamp(v)); }},
     {"modifier", [](Session&, ChannelEvent& e, const Value& v) { e.varispeed_display_modifier(v.integer()); }},
     {"active", [](Session&, ChannelEvent& e, const Value& v) { e.setActive(v.flag()); }},
-    {"trim", [](Session&, ChannelEvent& e, const Value& v) { e.set_trim(static_cast<trim_type>(v.word())); }},
+    {"trim", [](Session&, ChannelEvent& e, const Value& v) { e.set_trim(trimFrom(v)); }},
     {"modification", [](Session&, ChannelEvent& e, const Value& v) { e.set_ChannelEventModification(v.word()); }},
     {"ramp", setRamp},
 };
@@ -56,7 +56,7 @@ constexpr HandleField kHandleFields[] = {
     {"rampCurve", [](Session&, ce_handle& h, const Value& v) { h.set_audioRamp_CurveType(v.integer()); }},
     {"active", [](Session&, ce_handle& h, const Value& v) { h.setActive(v.flag()); }},
     {"graph", [](Session& s, ce_handle& h, const Value& v) { h.setEffectGraph(s.stamp(v)); }},
-    {"trim", [](Session&, ce_handle& h, const Value& v) { h.select_trim(static_cast<trim_type>(v.word())); }},
+    {"trim", [](Session&, ce_handle& h, const Value& v) { h.select_trim(trimFrom(v)); }},
 };
 // clang-format on
 
@@ -168,6 +168,16 @@ Cookie cookieFrom(const Value& value)
 ce_info kindsFrom(const Value& value)
 {
     return static_cast<ce_info>(value.word());
+}
+
+trim_type trimFrom(const Value& value)
+{
+    return static_cast<trim_type>(value.word());
+}
+
+Cel::Range rangeFrom(const Value& start, const Value& end)
+{
+    return Cel::Range(start.number(), end.number());
 }
 
 void setField(Session& session, ChannelEvent& event, std::string_view field, const Value& value)

@@ -15,6 +15,12 @@ Cookie cookieFrom(const Value& value);
 /// The kinds of events that a number selects.
 ce_info kindsFrom(const Value& value);
 
+/// How a number selects for trimming.
+trim_type trimFrom(const Value& value);
+
+/// The stretch between two times, in either order.
+Cel::Range rangeFrom(const Value& start, const Value& end);
+
 /// Straight into the event, past every check.
 void setField(Session& session, ChannelEvent& event, std::string_view field, const Value& value);
 

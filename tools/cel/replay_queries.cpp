@@ -59,6 +59,18 @@ void inRange(Session& s, Arguments a)
     s.out.line("inRange", a[0].text(), track.time_in_range(t), track.time_in_range_exclusive(t));
 }
 
+void firstTrim(Session& s, Arguments a)
+{
+    const ce_handle h = s.track(a[0]).findFirstTrim();
+    s.out.line("firstTrim", a[0].text(), h.valid() ? h.get_index() : -1);
+}
+
+void firstTrimMark(Session& s, Arguments a)
+{
+    const ce_handle h = s.track(a[0]).findFirstTrimMark();
+    s.out.line("firstTrim", a[0].text(), h.valid() ? h.get_index() : -1);
+}
+
 void marks(Session& s, Arguments a)
 {
     const Kt::Ptr<Cel>& track = s.trackPointer(a[0]);
@@ -66,6 +78,26 @@ void marks(Session& s, Arguments a)
     for (int i = 0; i < track->numEvents(); ++i)
         line += ' ' + Printer::shown(ce_handle(track, i).get_trim_mark());
     s.out.line(line);
+}
+
+void quantiseCheck(Session& s, Arguments a)
+{
+    s.out.line("quantiseCheck", a[0].text(), s.track(a[0]).quantise_check());
+}
+
+void flags(Session& s, Arguments a)
+{
+    const Cel& track = s.track(a[0]);
+    s.out.line("flags", a[0].text(), track.hasRedundantCuts(), track.hasRemovableCuts(0),
+               track.hasRemovableCuts(1), track.hasSubFrameCuts(), track.canSimplifyBlack());
+}
+
+void black(Session& s, Arguments a)
+{
+    const Cel& track = s.track(a[0]);
+    const Cel::Range range = rangeFrom(a[1], a[2]);
+    s.out.line("black", a[0].text(), track.is_black(range), track.isEmpty(range),
+               track.is_essentially_empty(), track.is_empty());
 }
 
 void utrs(Session& s, Arguments a)
@@ -96,13 +128,24 @@ void event(Session& s, Arguments a)
 }
 
 constexpr Operation kOperations[] = {
-    {"find", 3, 3, find},       {"findSeeded", 4, 4, findSeeded},
-    {"get", 3, 4, get},         {"next", 3, 3, next},
-    {"prev", 3, 3, prev},       {"times", 1, 1, times},
-    {"extents", 2, 2, extents}, {"inRange", 2, 2, inRange},
-    {"marks", 1, 1, marks},     {"utrs", 1, 1, utrs},
-    {"pair", 2, 2, pair},       {"pairAt", 2, 2, pairAt},
+    {"find", 3, 3, find},
+    {"findSeeded", 4, 4, findSeeded},
+    {"get", 3, 4, get},
+    {"next", 3, 3, next},
+    {"prev", 3, 3, prev},
+    {"times", 1, 1, times},
+    {"extents", 2, 2, extents},
+    {"inRange", 2, 2, inRange},
+    {"marks", 1, 1, marks},
+    {"utrs", 1, 1, utrs},
+    {"pair", 2, 2, pair},
+    {"pairAt", 2, 2, pairAt},
     {"event", 2, 2, event},
+    {"firstTrim", 1, 1, firstTrim},
+    {"firstTrimMark", 1, 1, firstTrimMark},
+    {"quantiseCheck", 1, 1, quantiseCheck},
+    {"flags", 1, 1, flags},
+    {"black", 3, 3, black},
 };
 
 } // namespace

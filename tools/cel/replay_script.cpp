@@ -14,8 +14,8 @@ const std::map<std::string_view, Operation>& operations()
     static const auto all = [] {
         std::map<std::string_view, Operation> byName;
         for (const auto family :
-             {trackOperations(), eventOperations(), queryOperations(), handleOperations(),
-              persistenceOperations(), printingOperations()})
+             {trackOperations(), eventOperations(), editingOperations(), derivedOperations(),
+              queryOperations(), handleOperations(), persistenceOperations(), printingOperations()})
             for (const Operation& operation : family)
                 byName.emplace(operation.name, operation);
         return byName;

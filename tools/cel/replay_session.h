@@ -75,6 +75,8 @@ void requireArguments(std::string_view name, std::size_t count, std::size_t fewe
 /// The families of operations, one per source.
 std::span<const Operation> trackOperations();
 std::span<const Operation> eventOperations();
+std::span<const Operation> editingOperations();
+std::span<const Operation> derivedOperations();
 std::span<const Operation> queryOperations();
 std::span<const Operation> handleOperations();
 std::span<const Operation> persistenceOperations();
