@@ -159,6 +159,9 @@ TEST(Handle, StepsToTheKindsOfItsFilter)
         down.decrement(c.filter);
         EXPECT_EQ(down.get_index(), c.down);
     }
+    ce_handle any(track("A|0 A|1"), 0);
+    any.increment(any_event); // even onto what is of no kind at all
+    EXPECT_EQ(any.get_index(), 1);
     const int in[] = {0, 0, 0, 3, 3};
     const int out[] = {2, 2, 2, 4, 4};
     for (int i = 0; i < 5; ++i) {

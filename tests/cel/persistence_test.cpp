@@ -21,7 +21,7 @@ namespace {
 const std::string kFlatShot = "A1-5@10*2:0.5>0.25~100>8/2>3%3>0!1>0^1>2=4>0#1-2-40000003>11-12-40000013 ";
 const std::string kV3 = kFlatShot + ".5-7%1>0^0>3=0>384#0>21-22-23";
 const std::string kOdd = kFlatShot + ".5-7%1>0^0>3=0>384#0>21-22-23 B<7*?#31-32-40000033";
-const std::string kOrdered = kFlatShot + ".5-7@0.5>2%1>0^0>3=0>384#0>21-22-23";
+const std::string kOrdered = kFlatShot + ".5-5@0.5>3%1>0^0>3=0>384#0>21-22-23";
 const std::string kUnorderedOdd = kFlatShot + ".<4.5%1#0";
 constexpr const char* kV2 = "A1-5@10*2:0.5>0.25%3>0!1>0^1>2=4>0#1-2-40000003>11-12-40000013 .5-7:1>0%1>0^0>3=0>384#0>21-22-23";
 constexpr const char* kV4 = "A'1-5@10*2:0.5~100>8/2>3%3!1#1-2-40000003>11-12-40000013 .5-7%1#0>21-22-23";
@@ -84,6 +84,7 @@ TEST(Unpack, ReadsEveryFormAndWhatDamageLeavesOfIt)
         {"layer1_v1_cut_mid",  1, kSingleShot,     2,  0, -1, "", kPatching},
         {"layer4_n2_cut",      4, "",              0,  0, -1, kNoEvents, kPatching},
         {"layer4_r3_order",    4, kOrdered,        2,  2, -1, "", kFixing},
+        {"layer4_r3_order_near",4,kV3,             2,  2, -1, "", ""},
         {"layer4_r3_order_odd",4, kUnorderedOdd,   2,  2, -1, kOddness, ""},
     };
     // clang-format on
@@ -134,7 +135,7 @@ TEST(Unpack, RefusesAnUnknownVersionBeforeAnythingChanges)
 {
     // clang-format off
     struct Case { const char* file; int revision; };
-    const Case cases[] = {{"layer1_v5", 1}, {"layer4_r3", 5}, {"layer4_r3", 0}, {"layer4_r3", 255}};
+    const Case cases[] = {{"layer1_v5", 1}, {"layer4_r3", 5}, {"layer1_v3", 0}, {"layer4_r3", 255}};
     // clang-format on
     for (const Case& c : cases) {
         SCOPED_TRACE(c.revision);
