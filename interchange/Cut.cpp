@@ -45,7 +45,7 @@ Kt::Ptr<Cel> Cut::addTrack(CookieType type, int number)
         if (!track(nameOf(free)))
             number = free;
 
-    const Kt::Ptr<Cel> added(new Cel(0, rate.frameDuration()));
+    Kt::Ptr<Cel> added(new Cel(0, rate.frameDuration()));
     IdStamp id;
     constexpr int kTrackIdentity = 2;
     id.setMagicType(kTrackIdentity);

@@ -87,7 +87,8 @@ std::string damageOfSaving(const Cut& cut, const std::vector<std::size_t>& place
         if (difference.empty())
             continue;
         const std::string name(cut.tracks[i]->editChannelName().view());
-        damage += (damage.empty() ? "" : "; ") + ("track " + name + ": ") + difference;
+        damage.append(damage.empty() ? "track " : "; track ").append(name).append(": ");
+        damage += difference;
     }
     return damage;
 }

@@ -179,7 +179,7 @@ public:
                     number = i;
         if (number > edl::kMostChannels)
             return {};
-        const std::string chosen = channel(letter, number);
+        std::string chosen = channel(letter, number);
         used_.insert(chosen);
         if (numbered(letter, number) != name)
             losses.add(0, "track", "track " + quoted(name) + " became channel " + chosen);

@@ -186,8 +186,7 @@ private:
         }
         const double length = *editOut - *editIn;
         if (length <= kTimeEpsilon && !material.isBlack()) {
-            lose(line, "empty",
-                 "the section has no length and is left out: " + shown(file_[line]));
+            lose(line, "empty", "the section has no length and is left out: " + shown(file_[line]));
             return;
         }
         notePlace(line, *editIn);

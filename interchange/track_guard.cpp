@@ -7,6 +7,7 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
+#include <span>
 
 namespace cel {
 
@@ -64,6 +65,11 @@ constexpr std::array kProperties = {
              }},
 };
 
+bool sameBytes(std::span<const ChannelEvent> a, std::span<const ChannelEvent> b)
+{
+    return std::memcmp(std::as_bytes(a).data(), std::as_bytes(b).data(), a.size_bytes()) == 0;
+}
+
 struct Difference
 {
     std::size_t events = 0;
@@ -96,7 +102,7 @@ std::string whatDiffers(const Cel& original, const Cel& decoded, const FrameRate
     std::array<Difference, kProperties.size()> differences;
     for (std::size_t i = 0; i < events.size(); ++i) {
         // Nearly every event comes back byte for byte; only the others are looked at closely.
-        if (std::memcmp(&events[i], &kept[i], sizeof(ChannelEvent)) == 0)
+        if (sameBytes(events.subspan(i, 1), kept.subspan(i, 1)))
             continue;
         for (std::size_t p = 0; p < kProperties.size(); ++p)
             if (!kProperties[p].same(events[i], kept[i]) && differences[p].events++ == 0)
