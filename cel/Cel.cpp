@@ -156,10 +156,12 @@ double Cel::get_significant_end_time() const
 NumRange<double, Ordered> Cel::getExtents(Editable::ExtentType type, bool) const
 {
     const bool significant = type == Editable::kSignificant;
-    const double start = significant ? get_significant_start_time() : get_start_time();
-    const double end = significant ? get_significant_end_time() : get_end_time();
-    const bool nothing = events_.empty() || (significant && end == -cel::kEndlessTime);
-    return nothing ? Editable::invalidRange() : NumRange<double, Ordered>(start, end);
+    const bool nothing =
+        significant ? contains_only_black(Editable::invalidRange()) : events_.empty();
+    if (nothing)
+        return Editable::invalidRange();
+    return significant ? Range(get_significant_start_time(), get_significant_end_time())
+                       : Range(get_start_time(), get_end_time());
 }
 
 // ---- edit channel -----------------------------------------------------------------------------

@@ -78,6 +78,9 @@ public:
     /// at least 2e-6.
     void set_resolution(double seconds);
 
+    /// For callers that share a track between threads; no operation of the track takes it.
+    CriticalSection& lock() { return lock_; }
+
     /// 1 after any change that was not saved yet.
     int is_dirty() const { return dirty_; }
     void make_clean() { dirty_ = 0; }
@@ -177,7 +180,7 @@ public:
 
     /// Strip time at the edit time `t` on the line that the event begins; the event's own for
     /// `t` = 2e81 or its own time; 2e81 when its section does not hold `t`.
-    double get_strip_time(const ce_handle& h, double t) const;
+    double get_strip_time(const ce_handle& h, double t = cel::kUnsetTime) const;
     void set_strip_time(const ce_handle& h, double t);
 
     /// Slips the section: its in point plays from strip time `t`, its other events follow on the
@@ -190,7 +193,7 @@ public:
 
     /// Level at the edit time `t`, on the straight line from the section's in point to its out
     /// point; the event's own level for `t` = 2e81 or its own time; 0 outside its section.
-    float get_strip_level(const ce_handle& h, double t) const;
+    float get_strip_level(const ce_handle& h, double t = cel::kUnsetTime) const;
     void set_strip_level(const ce_handle& h, float level);
     float get_strip_velocity(const ce_handle& h) const;
     void set_strip_velocity(const ce_handle& h, float velocity);
@@ -637,7 +640,7 @@ private:
     template <class Record>
     void unpackLegacyEvents(PStream& stream, std::int32_t count);
     void unpackEventsV4(PStream& stream, std::int32_t count);
-    void patchUp(PStream& stream);
+    void patchUp(PStream& stream, bool lastAccepted);
 
     /// The next identity to hand out; tracks are made on several threads.
     static std::atomic<std::uint32_t> nextCelID_;
@@ -650,7 +653,7 @@ private:
     std::int32_t pendingInIndex_ = -1; ///< in point whose out point has not come yet
     mutable std::int32_t dirty_ = 1;
     std::uint32_t id_ = 0;
-    CriticalSection lock_; ///< for the editor's use; no operation here takes it
+    CriticalSection lock_;
     IdStamp editChannelId_{0, 0, 0};
     LightweightString<char> editChannelName_;
     LightweightString<char> editChannelSubType_;

@@ -1,5 +1,6 @@
 #include "cel/ChannelEvent.h"
 
+#include "cel/detail/event_array.h"
 #include "cel/detail/faults.h"
 #include "cel/detail/grid.h"
 #include "platform/support/Log.h"
@@ -8,10 +9,9 @@
 #include <algorithm>
 #include <cmath>
 
-namespace {
+using cel::detail::kTemporaryId;
 
-/// Magic type of identifiers that no object store knows.
-constexpr int kTemporaryId = 1;
+namespace {
 
 bool close(double a, double b)
 {
@@ -27,8 +27,8 @@ float levelFromMagnitude(double magnitude)
 } // namespace
 
 ChannelEvent::ChannelEvent()
+    : ChannelEvent(cel::kUnsetTime)
 {
-    init();
 }
 
 ChannelEvent::ChannelEvent(double edit_time)
@@ -98,16 +98,7 @@ void ChannelEvent::asV3(ChannelEventV3& record) const
 
 void ChannelEvent::init()
 {
-    trim_ = trim_none;
-    modification_ = 0;
-    level_sc_ = 1.0F;
-    velocity_ = cel::kUnsetVelocity;
-    edit_time_ = cel::kUnsetTime;
-    strip_time_ = cel::kUnsetTime;
-    strip_name_.invalidate();
-    infoWord_ = undefined_event;
-    editGraph_ = newId();
-    audioRampWord_ = 0;
+    *this = ChannelEvent(cel::kUnsetTime);
 }
 
 IdStamp ChannelEvent::newId()
@@ -149,7 +140,7 @@ int ChannelEvent::redundant(const ChannelEvent& other) const
 int ChannelEvent::removable_with(const ChannelEvent& sectionIn, const ChannelEvent& nextIn,
                                  const ChannelEvent& nextOut, int ignoreLevels) const
 {
-    // Written so that a NaN anywhere keeps the cut.
+    // Written so that a NaN in anything looked at keeps the cut.
     if (!close(edit_time_, nextIn.edit_time_) || !close(strip_time_, nextIn.strip_time_))
         return 0;
     if (strip_name_.compare(nextIn.strip_name_) != 0)
@@ -163,7 +154,7 @@ int ChannelEvent::removable_with(const ChannelEvent& sectionIn, const ChannelEve
         return 0;
     const double before = edit_time_ - sectionIn.edit_time_;
     const double after = nextOut.edit_time_ - nextIn.edit_time_;
-    if (before > 0 && after > 0) {
+    if (!(before <= 0) && !(after <= 0)) {
         const double slopeBefore = (double(level_sc_) - double(sectionIn.level_sc_)) / before;
         const double slopeAfter = (double(nextOut.level_sc_) - double(nextIn.level_sc_)) / after;
         if (!close(slopeBefore, slopeAfter))
@@ -237,7 +228,8 @@ double ChannelEvent::transform_time_unit_(double t, unsigned modification, bool 
         {kModify4over5, 0.8, 1.25},
         {kModify5over8, 0.625, 1.6},
         {kModifyHalfAgain, 0.5, 2.0},
-        {kModify1001over1000, 1.001, 1.0 / 1.001},
+        // Kept: not the quotient, which is one bit away.
+        {kModify1001over1000, 1.001, 0.999000999000999},
     };
     for (const Factors& factors : kFactors)
         if (modification & factors.bit)

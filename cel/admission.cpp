@@ -14,11 +14,10 @@ namespace {
 
 constexpr double kLowestLevel = -1e-6;
 
-/// Whether an event of this material counts as material of the track.
-bool countsAsMaterial(const Cookie& cookie)
+/// One more or one less. A file may have said anything, so the count wraps rather than overflow.
+std::int32_t counted(std::int32_t count, bool add)
 {
-    return cookie.getInt3() != Cookie::kSynthetic || cookie.isInput() || cookie.isEffectGraph() ||
-           cookie.isEffect() || cookie.isMix50();
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(count) + (add ? 1U : ~0U));
 }
 
 bool refuse(const char* reason)
@@ -58,12 +57,11 @@ void Cel::reportError(const char* text)
 
 void Cel::adjustEventCounts(const ChannelEvent& event, bool add)
 {
-    const int by = add ? 1 : -1;
     const Cookie cookie = event.strip_name();
-    if (countsAsMaterial(cookie))
-        eventCount_ += by;
+    if (cel::detail::countsAsMaterial(cookie))
+        eventCount_ = counted(eventCount_, add);
     if (cookie.isBlack())
-        blackEventCount_ += by;
+        blackEventCount_ = counted(blackEventCount_, add);
 }
 
 int Cel::addEvent(const ChannelEvent& event)

@@ -1,6 +1,7 @@
 #include "cel/audit.h"
 
 #include "cel/Cel.h"
+#include "cel/detail/event_array.h"
 #include "cel/inspect.h"
 
 #include <algorithm>
@@ -58,14 +59,6 @@ bool isInPoint(const ChannelEvent& event)
 bool isOutPoint(const ChannelEvent& event)
 {
     return event.info() == out_point;
-}
-
-/// Whether the events of a track count an event as material: what was recorded, and everything
-/// made that is not black.
-bool countsAsMaterial(const Cookie& cookie)
-{
-    return cookie.getInt3() != Cookie::kSynthetic || cookie.isInput() || cookie.isEffectGraph() ||
-           cookie.isEffect() || cookie.isMix50();
 }
 
 /// Whether a time misses the grid of a track's frames. Frame numbers beyond 32 bits, which the test
@@ -167,7 +160,7 @@ void Audit::checkEvent(int i)
                "the velocity was never set; it plays at normal speed");
     if (material.type() == kInvalidCookie)
         report(invariant::kCookie, i, Severity::fault, "names no material");
-    materialEvents_ += countsAsMaterial(material);
+    materialEvents_ += detail::countsAsMaterial(material);
     blackEvents_ += material.isBlack();
 }
 

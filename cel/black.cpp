@@ -173,12 +173,13 @@ bool Cel::is_essentially_empty() const
 template <class Test>
 bool Cel::anyMaterial(const Test& test) const
 {
+    std::size_t out = 0;
     for (std::size_t i = 0; i < events_.size(); ++i) {
         const ChannelEvent& in = events_[i];
         if (in.info() != in_point || in.strip_name().isBlack())
             continue;
-        const auto out =
-            static_cast<std::size_t>(cel::detail::matchingOut(events_, static_cast<int>(i)));
+        if (out <= i)
+            out = static_cast<std::size_t>(cel::detail::matchingOut(events_, static_cast<int>(i)));
         if (out < events_.size() && test(in.edit_time(), events_[out].edit_time()))
             return true;
     }

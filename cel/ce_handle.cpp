@@ -434,8 +434,16 @@ ce_handle ce_handle::find_next_trim() const
 ce_handle ce_handle::find_next_trim_mark() const
 {
     ce_handle h = next();
-    while (h.valid() && h.get_trim_mark() != 1)
-        ++h.index_;
+    const std::span events = std::as_const(*its_cel_).events();
+    const auto count = static_cast<int>(events.size());
+    int in = h.valid() ? cel::detail::matchingIn(events, h.index_) : -1;
+    for (; h.index_ >= 0 && h.index_ < count; ++h.index_) {
+        const ChannelEvent& event = events[static_cast<std::size_t>(h.index_)];
+        if (event.info() == in_point)
+            in = h.index_;
+        if (cel::detail::trimMark(event, in < 0 ? nullptr : &events[static_cast<std::size_t>(in)]))
+            break;
+    }
     return h;
 }
 

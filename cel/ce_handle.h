@@ -89,13 +89,13 @@ public:
 
     double get_edit_time() const;
     void set_edit_time(double t, bool moveStrip = false);
-    double get_strip_time(double t) const;
+    double get_strip_time(double t = cel::kUnsetTime) const;
     void set_strip_time(double t);
     void set_start_strip_time(double t);
     Cookie get_strip_cookie() const;
     void set_strip_cookie(const Cookie& material);
     CookieType get_cookie_type() const;
-    float get_strip_level(double t) const;
+    float get_strip_level(double t = cel::kUnsetTime) const;
     void set_strip_level(float level);
     float get_strip_velocity() const;
     void set_strip_velocity(float velocity);

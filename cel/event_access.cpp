@@ -2,6 +2,7 @@
 
 #include "cel/detail/event_array.h"
 #include "cel/detail/faults.h"
+#include "cel/detail/sections.h"
 
 #include <cmath>
 
@@ -40,7 +41,7 @@ double Cel::get_edit_time(const ce_handle& h) const
 void Cel::set_edit_time(const ce_handle& h, double t, bool moveStrip)
 {
     ChannelEvent& event = changeEventOf(h, "Cel::set_edit_time: invalid ce_handle");
-    if (moveStrip)
+    if (moveStrip && cel::isRealTime(event.edit_time()))
         event.strip_time(event.strip_time() +
                          cel::detail::effectiveSpeed(event) * (t - event.edit_time()));
     event.edit_time(t);
@@ -158,11 +159,7 @@ float Cel::get_strip_level(const ce_handle& h, double t) const
     const double length = out.edit_time() - in.edit_time();
     if (length < -kTimeEpsilon || length > cel::kEndlessTime)
         fail("Cel::get_strip_level: edit_times out of range", kCelModule, __LINE__);
-    if (!(length >= kTimeEpsilon))
-        return in.level_sc();
-    const double share = (t - in.edit_time()) / length;
-    return static_cast<float>((1.0 - share) * double(in.level_sc()) +
-                              share * double(out.level_sc()));
+    return cel::detail::levelAt(in, out, t);
 }
 
 // ---- queries by time --------------------------------------------------------------------------

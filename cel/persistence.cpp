@@ -119,10 +119,10 @@ void Cel::STRM_layerPack(const Cel* track, PStream& stream, PackStack* stack)
 {
     PackStack own;
     PackStack& layers = stack ? *stack : own;
-    layers.push_front({shortLayerName(), [track](PStream& body) {
-                           track->pack(body);
-                           return static_cast<unsigned char>(track->packRevision_);
-                       }});
+    layers.push_back({shortLayerName(), [track](PStream& body) {
+                          track->pack(body);
+                          return static_cast<unsigned char>(track->packRevision_);
+                      }});
     Taggable::STRM_layerPack(track, stream, &layers);
 }
 
@@ -253,25 +253,28 @@ void Cel::unpackEditChannelInformation(PStream& stream)
 void Cel::unpackSingleEvents(PStream& stream, std::int32_t count)
 {
     events_.reserve(boundedBy(count, stream.remaining() / kSmallestStreamedEvent));
+    bool lastAccepted = false;
     while (numEvents() < count) {
         const auto revision = static_cast<unsigned char>(stream.file().getCookedChar());
         ChannelEvent event;
         event.unpack(stream, revision);
         if (stream.file().faulted()) {
-            patchUp(stream);
+            patchUp(stream, lastAccepted);
             return;
         }
-        addEvent(event);
+        lastAccepted = addEvent(event) != 0;
     }
 }
 
-void Cel::patchUp(PStream& stream)
+void Cel::patchUp(PStream& stream, bool lastAccepted)
 {
     vond_printf("Cel::unpack error reading cel. Attempting to patch up cel\n");
     if (!events_.empty() && (events_.back().info() & in_point)) {
-        adjustEventCounts(events_.back(), false);
+        if (lastAccepted)
+            adjustEventCounts(events_.back(), false);
         events_.pop_back();
-        pendingInIndex_ = -1;
+        if (pendingInIndex_ == numEvents())
+            pendingInIndex_ = -1;
     }
     if (events_.empty())
         stream.errorText().append(

@@ -48,14 +48,8 @@ public:
                 static_cast<std::size_t>(detail::matchingOut(events, static_cast<int>(i)));
             if (out == events.size())
                 break;
-            const double start = std::max(events[i].edit_time(), reached);
-            const double end = events[out].edit_time();
-            if (!(end - start > kTolerance) || !isRealTime(start) || !isRealTime(end))
-                continue;
-            if (start > reached)
-                stretches_.push_back({reached, start});
-            stretches_.push_back({start, end, &events[i], &events[out]});
-            reached = end;
+            add(events[i], events[out], reached);
+            i = out;
         }
         stretches_.push_back({reached, kForEver});
     }
@@ -64,6 +58,18 @@ public:
     std::size_t size() const { return stretches_.size(); }
 
 private:
+    void add(const ChannelEvent& in, const ChannelEvent& out, double& reached)
+    {
+        const double start = std::max(in.edit_time(), reached);
+        const double end = out.edit_time();
+        if (!(end - start > kTolerance) || !isRealTime(start) || !isRealTime(end))
+            return;
+        if (start > reached)
+            stretches_.push_back({reached, start});
+        stretches_.push_back({start, end, &in, &out});
+        reached = end;
+    }
+
     std::vector<Stretch> stretches_;
 };
 

@@ -259,8 +259,8 @@ void Cel::alignOutPoint(std::size_t index, double t)
         return;
     const double meeting = std::max(t, events_[static_cast<std::size_t>(in)].edit_time());
     for (ChannelEvent* event : {&events_[index], &events_[index + 1]}) {
-        event->strip_time(event->strip_time() + cel::detail::effectiveSpeed(*event) *
-                                                    (meeting - event->edit_time()));
+        event->strip_time(event->strip_time() +
+                          cel::detail::effectiveSpeed(*event) * (meeting - event->edit_time()));
         event->edit_time(meeting);
     }
 }

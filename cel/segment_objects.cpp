@@ -1,5 +1,6 @@
 #include "cel/Cel.h"
 
+#include "cel/detail/event_array.h"
 #include "platform/primitives/EffectInstance_opu4h5a4j.h"
 #include "platform/support/TagBag.h"
 
@@ -8,10 +9,8 @@
 
 namespace {
 
+using cel::detail::kTemporaryId;
 using Effect = EffectInstance_opu4h5a4j;
-
-/// Magic type of identifiers that no object store knows.
-constexpr int kTemporaryId = 1;
 
 IdStamp freshLike(const IdStamp& id)
 {

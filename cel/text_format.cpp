@@ -3,9 +3,8 @@
 #include "cel/detail/number_text.h"
 #include "platform/support/TextFile.h"
 
+#include <algorithm>
 #include <cmath>
-#include <limits>
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -51,10 +50,14 @@ void appendOutPoint(LightweightString<char>& line, const ChannelEvent& event)
     }
 }
 
+/// A line has six tokens at most; whether it has more is all that matters beyond.
+constexpr std::size_t kMostTokens = 7;
+
 std::vector<std::string_view> tokensOf(std::string_view line)
 {
     std::vector<std::string_view> tokens;
-    for (std::size_t at = line.find_first_not_of(' '); at != std::string_view::npos;) {
+    for (std::size_t at = line.find_first_not_of(' ');
+         at != std::string_view::npos && tokens.size() < kMostTokens;) {
         const std::size_t end = std::min(line.find(' ', at), line.size());
         tokens.push_back(line.substr(at, end - at));
         at = line.find_first_not_of(' ', end);

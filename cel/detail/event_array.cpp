@@ -15,13 +15,18 @@ struct Bracket
     std::int64_t hi;
 };
 
+/// The same test, bit for bit, wherever a search asks: else a seed could change its answer.
+bool isBefore(const ChannelEvent& event, double t)
+{
+    return t - kTimeEpsilon > event.edit_time();
+}
+
 Bracket gallopForward(ConstEventSpan events, double t, std::int64_t seed)
 {
     const auto count = static_cast<std::int64_t>(events.size());
     Bracket bracket{seed, seed + 1};
     for (std::int64_t step = 1;
-         bracket.hi < count &&
-         t > events[static_cast<std::size_t>(bracket.hi)].edit_time() + kTimeEpsilon;) {
+         bracket.hi < count && isBefore(events[static_cast<std::size_t>(bracket.hi)], t);) {
         bracket.lo = bracket.hi;
         step *= 2;
         bracket.hi += step;
@@ -34,8 +39,7 @@ Bracket gallopBackward(ConstEventSpan events, double t, std::int64_t seed)
 {
     Bracket bracket{seed - 1, seed};
     for (std::int64_t step = 1;
-         bracket.lo >= 0 &&
-         !(t > events[static_cast<std::size_t>(bracket.lo)].edit_time() + kTimeEpsilon);) {
+         bracket.lo >= 0 && !isBefore(events[static_cast<std::size_t>(bracket.lo)], t);) {
         bracket.hi = bracket.lo;
         step *= 2;
         bracket.lo = bracket.hi - step;
@@ -48,13 +52,13 @@ Bracket initialBracket(ConstEventSpan events, double t, int seed)
 {
     if (seed < 0)
         return {-1, static_cast<std::int64_t>(events.size())};
-    const bool forward = t > events[static_cast<std::size_t>(seed)].edit_time() + kTimeEpsilon;
+    const bool forward = isBefore(events[static_cast<std::size_t>(seed)], t);
     return forward ? gallopForward(events, t, seed) : gallopBackward(events, t, seed);
 }
 
 bool isAt(const ChannelEvent& event, double t)
 {
-    return !(event.edit_time() > t + kTimeEpsilon) && !(t - kTimeEpsilon > event.edit_time());
+    return !(event.edit_time() > t + kTimeEpsilon) && !isBefore(event, t);
 }
 
 /// An event at the time, else the last one before it, else -1 outside the track.
@@ -82,6 +86,12 @@ std::int64_t bisect(ConstEventSpan events, double t, Bracket bracket)
 }
 
 } // namespace
+
+bool countsAsMaterial(const Cookie& cookie)
+{
+    return cookie.getInt3() != Cookie::kSynthetic || cookie.isInput() || cookie.isEffectGraph() ||
+           cookie.isEffect() || cookie.isMix50();
+}
 
 int findEvent(ConstEventSpan events, double t, ce_info filter, int seed)
 {

@@ -11,6 +11,13 @@ namespace cel::detail {
 using EventSpan = std::span<ChannelEvent>;
 using ConstEventSpan = std::span<const ChannelEvent>;
 
+/// Magic type of identifiers that no object store knows.
+inline constexpr int kTemporaryId = 1;
+
+/// Whether events of this material count as material of a track: all that was recorded, and what
+/// was made but black.
+bool countsAsMaterial(const Cookie& cookie);
+
 /// Index of the last event that is not after `t` (within the tolerance) and of a kind in the
 /// filter, -1 when `t` lies before the first or after the last event or is a NaN.
 /// @param seed  event to gallop from, or -1 to search the whole array.

@@ -1,8 +1,8 @@
 #include "cel/detail/number_text.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
-#include <cmath>
 #include <limits>
 #include <string>
 #include <system_error>

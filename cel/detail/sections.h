@@ -11,9 +11,6 @@ namespace cel::detail {
 
 using EventVector = std::vector<ChannelEvent>;
 
-/// Magic type of identifiers that no object store knows.
-inline constexpr int kTemporaryId = 1;
-
 /// Whether `a` is later than `b` by more than the tolerance.
 inline bool isAfter(double a, double b)
 {

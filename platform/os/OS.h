@@ -25,7 +25,7 @@ public:
     /// @return the value now; another thread may have changed it by the time it is looked at.
     std::int32_t read(std::int32_t& counter) const noexcept
     {
-        return std::atomic_ref(counter).load(std::memory_order_relaxed);
+        return std::atomic_ref(counter).load(std::memory_order_acquire);
     }
 };
 
