@@ -1,5 +1,6 @@
 // Operations that print a track.
 
+#include "cel/Cel.h"
 #include "cel/inspect.h"
 #include "tools/cel/replay_session.h"
 

@@ -1,5 +1,6 @@
 // Operations that make tracks and put events into them.
 
+#include "cel/Cel.h"
 #include "cel/inspect.h"
 #include "tools/cel/replay_fields.h"
 #include "tools/cel/replay_hooked.h"
