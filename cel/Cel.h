@@ -479,8 +479,9 @@ protected:
     /// Gives a copied section its own effect object. The event that is being built receives the
     /// identifier of the copy: the one that the map assigns, a fresh one for a temporary effect or
     /// an object of this track's store, otherwise it keeps its own.
-    /// @param h      the section that is copied, on its own track.
-    /// @param share  the part of its duration that the copy keeps; not 1 resizes the object.
+    /// @param h       the section that is copied, on its own track.
+    /// @param share   the part of its duration that the copy will keep.
+    /// @param method  which part that is; `resizeSegmentObject` is called with both afterwards.
     virtual void copySegmentObject(const ce_handle& h, ChannelEvent& event, const IdMap& idMap,
                                    double share, ParamResizeMethod method);
 
@@ -535,6 +536,7 @@ private:
         int secondIn;
         int out;
         std::int32_t formerDirty;
+        std::int32_t formerPending;
         ChannelEvent formerIn;
         ChannelEvent formerOut;
     };
@@ -586,12 +588,17 @@ private:
     bool isPlain(const CutPlace& place) const;
     Splice spliceOut(const Range& range, const CutPlace& from, const CutPlace& to) const;
     Splice spliceAt(const InsertionPlace& place) const;
-    void removeStepByStep(const Range& range, const CutPlace& from);
+    void removeStepByStep(const Range& range, std::vector<IdStamp>& removed);
+    void takePairs(int index, int pairs, bool shuffle, std::vector<IdStamp>& removed);
+    void destroyObjects(const std::vector<IdStamp>& removed);
+    Kt::Ptr<Cel> snapshotForHooks() const;
+    void putInOrAbandon(InsertedMaterial& material, const Cel* source, const InsertionPlace& place);
     void insertFrom(const Cel* source, const Range& range, double at, const IdMap& idMap);
     InsertionPlace placeOfInsertion(double at) const;
     Cookie blackAfter(const Splice& splice) const;
     void putIn(const InsertedMaterial& material, Splice splice, const InsertionPlace& place);
     void alignOutPoint(std::size_t index, double t);
+    void alignInPoints(std::size_t index, double t);
     ce_handle effectToKeep(const Cel* source, const Range& range, double at) const;
     void replaceFrom(const Cel* source, const Range& range, double at, const IdMap& idMap);
     bool replaceAtOnce(const Cel* source, const Range& range, const Range& onto,
@@ -611,11 +618,12 @@ private:
     void repairQuantised(const ChannelEvent& refused, const ChannelEvent* before);
 
     bool bordersEffects(std::size_t kept, std::size_t index) const;
-    void mergeMatchFrameCuts(const Range& range, int ignoreLevels);
+    template <class IsNeedless>
+    void mergeCuts(const Range& range, const IsNeedless& isNeedless);
     void tidyBlackVelocities();
     void fillGaps(const std::vector<BlackGap>& gaps);
     void collectHoles(const cel::detail::Qualifies& qualifies, std::vector<BlackGap>& holes) const;
-    void joinBlack(Compaction& pass, std::vector<IdStamp>& merged);
+    void joinBlack(Compaction& pass);
     template <class Test>
     bool anyMaterial(const Test& test) const;
 

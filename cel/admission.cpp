@@ -189,16 +189,23 @@ int Cel::removeEventPairs(int index, int pairs, bool shuffle)
     if (taken == 0)
         return 0;
 
-    const int count = taken * 2;
+    std::vector<IdStamp> removed;
+    removed.reserve(static_cast<std::size_t>(taken) * 2);
+    takePairs(index, taken, shuffle, removed);
+    destroyObjects(removed);
+    return taken;
+}
+
+void Cel::takePairs(int index, int pairs, bool shuffle, std::vector<IdStamp>& removed)
+{
+    const int count = pairs * 2;
     const auto first = events_.begin() + index;
     const auto last = first + count;
     const double length = (last - 1)->edit_time() - first->edit_time();
-    std::vector<IdStamp> removedSections;
-    removedSections.reserve(static_cast<std::size_t>(taken));
     for (auto event = first; event != last; ++event) {
         adjustEventCounts(*event, false);
         if (event->info() & in_point)
-            removedSections.push_back(event->editGraph());
+            removed.push_back(event->editGraph());
     }
 
     events_.erase(first, last);
@@ -210,8 +217,10 @@ int Cel::removeEventPairs(int index, int pairs, bool shuffle)
         cel::detail::shiftEditTimes(std::span(events_).subspan(static_cast<std::size_t>(index)),
                                     -length);
     dirty_ = 1;
+}
 
-    for (const IdStamp& id : removedSections)
+void Cel::destroyObjects(const std::vector<IdStamp>& removed)
+{
+    for (const IdStamp& id : removed)
         destroySegmentObject(id);
-    return taken;
 }

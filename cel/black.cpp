@@ -61,22 +61,19 @@ void Cel::simplifyBlack(const Range& range)
     std::vector<BlackGap> holes;
     collectHoles(qualifies, holes);
     cel::detail::reserveMore(events_, 2 * holes.size());
-    std::vector<IdStamp> merged;
-    merged.reserve(events_.size() / 2);
 
     Compaction pass(*this);
     while (pass.read < events_.size()) {
         const bool atCut = pass.write > 0 && isCut(events_[pass.write - 1], events_[pass.read]);
         if (atCut && qualifies(events_[pass.write - 1].edit_time()))
-            joinBlack(pass, merged);
+            joinBlack(pass);
         else
             pass.keep(1);
     }
     pass.finish();
     collectHoles(qualifies, holes);
     fillGaps(holes);
-    for (const IdStamp& id : merged)
-        destroySegmentObject(id);
+    pass.destroyRemoved();
 }
 
 void Cel::collectHoles(const Qualifies& qualifies, std::vector<BlackGap>& holes) const
@@ -91,7 +88,7 @@ void Cel::collectHoles(const Qualifies& qualifies, std::vector<BlackGap>& holes)
     }
 }
 
-void Cel::joinBlack(Compaction& pass, std::vector<IdStamp>& merged)
+void Cel::joinBlack(Compaction& pass)
 {
     ChannelEvent& out = events_[pass.write - 1];
     ChannelEvent& in = events_[pass.read];
@@ -104,7 +101,6 @@ void Cel::joinBlack(Compaction& pass, std::vector<IdStamp>& merged)
 
     auto first = static_cast<std::size_t>(std::max(sectionBefore, 0));
     if (whole && bothBlack(out, in)) {
-        merged.push_back(in.editGraph());
         adjustEventCounts(out, false);
         --pass.write;
         pass.drop(1);

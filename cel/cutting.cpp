@@ -47,7 +47,8 @@ Cel::OpenedCut Cel::openCut(const CutPlace& place, double t)
     cel::detail::reserveMore(events_, 2);
     const auto in = static_cast<std::size_t>(place.in);
     const auto out = static_cast<std::size_t>(place.out);
-    const OpenedCut opened{place.in,    secondInIndex(place, t), place.out + 2, dirty_, events_[in],
+    const OpenedCut opened{place.in,    secondInIndex(place, t), place.out + 2,
+                           dirty_,      pendingInIndex_,         events_[in],
                            events_[out]};
     const SectionCut halves = cutSection(opened.formerIn, opened.formerOut, t, resolution_);
     const double share = (t - opened.formerIn.edit_time()) /
@@ -59,7 +60,9 @@ Cel::OpenedCut Cel::openCut(const CutPlace& place, double t)
     events_.insert(events_.begin() + (opened.secondIn - 1), std::begin(between), std::end(between));
     adjustEventCounts(halves.firstIn, true);
     adjustEventCounts(halves.firstOut, true);
-    if (pendingInIndex_ >= opened.secondIn - 1)
+    if (pendingInIndex_ == place.in)
+        pendingInIndex_ = opened.secondIn;
+    else if (pendingInIndex_ > place.in)
         pendingInIndex_ += 2;
     dirty_ = 1;
 
@@ -89,24 +92,20 @@ void Cel::shareSegmentObject(const OpenedCut& cut, double share)
     ChannelEvent firstIn = events_[first];
     copySegmentObject(handleAt(cut.secondIn), firstIn, {}, 1.0, kResizeKeepHead);
     events_[first] = firstIn;
-    try {
-        resizeSegmentObject(IdStamp(events_[first].editGraph()), share, kResizeKeepHead);
-        resizeSegmentObject(IdStamp(events_[second].editGraph()), 1.0 - share, kResizeKeepTail);
-    } catch (...) {
-        destroySegmentObject(firstIn.editGraph());
-        throw;
-    }
+    resizeSegmentObject(firstIn.editGraph(), share, kResizeKeepHead);
+    resizeSegmentObject(IdStamp(events_[second].editGraph()), 1.0 - share, kResizeKeepTail);
 }
 
 void Cel::undoCut(const OpenedCut& cut) noexcept
 {
-    adjustEventCounts(events_[static_cast<std::size_t>(cut.in)], false);
+    const ChannelEvent firstIn = events_[static_cast<std::size_t>(cut.in)];
+    adjustEventCounts(firstIn, false);
     adjustEventCounts(events_[static_cast<std::size_t>(cut.secondIn) - 1], false);
     events_[static_cast<std::size_t>(cut.in)] = cut.formerIn;
     events_[static_cast<std::size_t>(cut.out)] = cut.formerOut;
     const auto between = events_.begin() + (cut.secondIn - 1);
     events_.erase(between, between + 2);
-    if (pendingInIndex_ > cut.out)
-        pendingInIndex_ -= 2;
+    pendingInIndex_ = cut.formerPending;
     dirty_ = cut.formerDirty;
+    destroySegmentObject(firstIn.editGraph());
 }

@@ -108,29 +108,39 @@ void Cel::remove(const Range& range)
     const CutPlace to = placeOfCut(range.end());
     if (from.kind == CutPlace::nowhere)
         return;
-    if (!isAfter(range.end(), range.start()))
+    if (!isAfter(range.end(), range.start())) {
         makeCutAt(range.start());
-    else if (keepsSegmentObjects() || !isPlain(from) || !isPlain(to))
-        removeStepByStep(range, from);
-    else if (const Splice splice = spliceOut(range, from, to); splice.changesAnything())
+    } else if (keepsSegmentObjects() || !isPlain(from) || !isPlain(to)) {
+        std::vector<IdStamp> removed;
+        removeStepByStep(range, removed);
+        destroyObjects(removed);
+    } else if (const Splice splice = spliceOut(range, from, to); splice.changesAnything()) {
         apply(splice);
+    }
 }
 
-void Cel::removeStepByStep(const Range& range, const CutPlace& from)
+void Cel::removeStepByStep(const Range& range, std::vector<IdStamp>& removed)
 {
+    // All room is made before the first cut; after the second nothing fails.
+    removed.reserve(events_.size() + 4);
+    cel::detail::reserveMore(events_, 4);
+    const CutPlace from = placeOfCut(range.start());
     std::optional<OpenedCut> opened;
     if (from.kind == CutPlace::insideSection)
         opened = openCut(from, range.start());
     const int first = opened ? opened->secondIn : from.in;
+    ce_handle stopAt;
     try {
-        const ce_handle stopAt = makeCutAt(range.end());
-        const int stop = stopAt.valid() ? stopAt.get_index() : numEvents();
-        removeEventPairs(first, (stop - first) / 2, true);
+        stopAt = makeCutAt(range.end());
     } catch (...) {
         if (opened)
             undoCut(*opened);
         throw;
     }
+    const int stop = stopAt.valid() ? stopAt.get_index() : numEvents();
+    const int pairs = (stop - first) / 2;
+    if (first % 2 == 0 && pairs > 0)
+        takePairs(first, pairs, true, removed);
 }
 
 // ---- insert -----------------------------------------------------------------------------------
@@ -140,8 +150,14 @@ void Cel::insert(const Cel* source, const Range& range, double at, const IdMap& 
     if (!isFinite(range) || !std::isfinite(at))
         return;
     // A track put into itself is read as it was before.
-    const Kt::Ptr<Cel> snapshot(source == this ? new Cel(*this) : nullptr);
+    const Kt::Ptr<Cel> snapshot = source == this ? snapshotForHooks() : Kt::Ptr<Cel>();
     insertFrom(snapshot ? snapshot.get() : source, range, at, idMap);
+}
+
+Kt::Ptr<Cel> Cel::snapshotForHooks() const
+{
+    // Of the same class, since hooks look at the track that a section comes from.
+    return Kt::dynamicCast<Cel>(clone(builder));
 }
 
 void Cel::insertFrom(const Cel* source, const Range& range, double at, const IdMap& idMap)
@@ -158,37 +174,52 @@ void Cel::insertFrom(const Cel* source, const Range& range, double at, const IdM
     if (nothing)
         return;
 
-    InsertedMaterial material(*this, range, place.at, idMap, getBlackCookie());
     try {
-        if (material.build(source))
-            putIn(material, spliceAt(place), place);
+        InsertedMaterial material(*this, range, toGrid(place.at, resolution_), idMap,
+                                  getBlackCookie());
+        putInOrAbandon(material, source, place);
     } catch (...) {
-        material.abandon();
         if (opened)
             undoCut(*opened);
         throw;
     }
 }
 
+void Cel::putInOrAbandon(InsertedMaterial& material, const Cel* source, const InsertionPlace& place)
+{
+    try {
+        if (material.build(source))
+            putIn(material, spliceAt(place), place);
+        else if (place.cut.kind == CutPlace::insideSection)
+            makeCutAt(place.at);
+    } catch (...) {
+        material.abandon();
+        throw;
+    }
+}
+
 Cel::InsertionPlace Cel::placeOfInsertion(double at) const
 {
+    // Half a frame before its end the track is over: what is put there follows its last section.
+    const auto isOver = [this](double t) { return isAfter(t + resolution_ * 0.5, get_end_time()); };
     InsertionPlace place;
     place.at = at;
-    place.cut = placeOfCut(at);
+    if (!isOver(at))
+        place.cut = placeOfCut(at);
     if (place.cut.kind != CutPlace::atInPoint) {
         // Where no section begins, material goes to the frames of the track.
         place.at = toGrid(at, resolution_);
-        place.cut = placeOfCut(place.at);
+        place.cut = isOver(place.at) ? CutPlace() : placeOfCut(place.at);
     }
-    // Less than half a frame of the last section is no place to cut: the material follows it.
-    const bool atEnd = isAfter(place.at + resolution_ * 0.5, get_end_time());
-    if (place.cut.kind == CutPlace::insideSection && atEnd)
-        place.cut = {};
     place.index = place.cut.in;
     if (place.cut.kind != CutPlace::nowhere)
         return place;
 
     place.inGap = true;
+    if (isOver(place.at) && !events_.empty()) {
+        place.index = numEvents();
+        return place;
+    }
     if (place.at < 0.0) {
         place.blackBehind = -place.at;
         place.at = 0.0;
@@ -247,6 +278,20 @@ void Cel::putIn(const InsertedMaterial& material, Splice splice, const Insertion
     apply(splice);
     if (front > 0 && !blackBefore)
         alignOutPoint(front - 1, material.start());
+    if (behind && !place.inGap)
+        alignInPoints(splice.first + splice.moving, material.end());
+}
+
+void Cel::alignInPoints(std::size_t index, double t)
+{
+    // Half a frame may round the other way behind the material than it did in front of it.
+    const double rounded = events_[index].edit_time();
+    if (!(std::fabs(rounded - t) <= resolution_ + cel::kTimeEpsilon))
+        return;
+    for (; index < events_.size() &&
+           (events_[index].edit_time() == rounded || events_[index].edit_time() < t);
+         ++index)
+        events_[index].edit_time(t);
 }
 
 void Cel::alignOutPoint(std::size_t index, double t)
@@ -272,7 +317,7 @@ void Cel::replace(const Cel* source, const Range& range, double at, const IdMap&
 {
     if (!isFinite(range) || !std::isfinite(at))
         return;
-    const Kt::Ptr<Cel> snapshot(source == this ? new Cel(*this) : nullptr);
+    const Kt::Ptr<Cel> snapshot = source == this ? snapshotForHooks() : Kt::Ptr<Cel>();
     const Cel* material = snapshot ? snapshot.get() : source;
     ce_handle kept = flags == 0 ? effectToKeep(material, range, at) : ce_handle();
     if (!kept.valid()) {
@@ -281,7 +326,12 @@ void Cel::replace(const Cel* source, const Range& range, double at, const IdMap&
     }
     const IdStamp effect = kept.getEffectGraph();
     kept.setEffectGraph(ChannelEvent::newId());
-    replaceFrom(material, range, at, idMap);
+    try {
+        replaceFrom(material, range, at, idMap);
+    } catch (...) {
+        kept.setEffectGraph(effect);
+        throw;
+    }
     if (effect.valid() && kept.valid())
         kept.setEffectGraph(effect);
 }
@@ -342,7 +392,11 @@ bool Cel::replaceAtOnce(const Cel* source, const Range& range, const Range& onto
     if (to.kind == CutPlace::atInPoint &&
         !valEqualsVal(events_[splice.end].edit_time() + splice.closed, onto.start()))
         return false;
-    InsertedMaterial material(*this, range, place.at, idMap, blackAfter(splice));
+    // So is what is too short to be cut at the end.
+    if (!place.inGap && isAfter(onto.start() + resolution_ * 0.5, get_end_time() + splice.closed))
+        return false;
+    InsertedMaterial material(*this, range, toGrid(place.at, resolution_), idMap,
+                              blackAfter(splice));
     if (material.build(source))
         putIn(material, std::move(splice), place);
     else

@@ -61,8 +61,8 @@ void copyObjectTree(TagBag& store, const IdStamp& source, Cel::IdMap idMap)
 
 } // namespace
 
-void Cel::copySegmentObject(const ce_handle& h, ChannelEvent& event, const IdMap& idMap,
-                            double share, ParamResizeMethod method)
+void Cel::copySegmentObject(const ce_handle& h, ChannelEvent& event, const IdMap& idMap, double,
+                            ParamResizeMethod)
 {
     const IdStamp source = h.getEffectGraph();
     TagBag* store = objectStore();
@@ -82,8 +82,6 @@ void Cel::copySegmentObject(const ce_handle& h, ChannelEvent& event, const IdMap
     IdMap copies = idMap;
     copies.insert_or_assign(source, copyId);
     copyObjectTree(*store, source, std::move(copies));
-    if (share != 1.0)
-        resizeSegmentObject(copyId, share, method);
 }
 
 void Cel::destroySegmentObject(const IdStamp& id)

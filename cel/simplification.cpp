@@ -51,20 +51,6 @@ void Cel::simplifyAll(const Range& range)
 void Cel::simplifyZeroLengthSections(const Range& range)
 {
     const Qualifies qualifies(range);
-    const auto goes = [&](std::size_t kept, std::size_t index, const ChannelEvent& in,
-                          const ChannelEvent& out) {
-        return qualifies(in.edit_time()) && in.sub_frame_cut(out, kTimeEpsilon) &&
-               !bordersEffects(kept, index);
-    };
-    if (keepsSegmentObjects()) {
-        for (std::size_t i = 0; i + 1 < events_.size();)
-            if (goes(i, i, events_[i], events_[i + 1]))
-                removeEventPair(static_cast<int>(i), true);
-            else
-                i += 2;
-        return;
-    }
-
     // One pass: what stays moves up over what went, earlier by the length of all that went.
     Compaction pass(*this);
     while (pass.read + 1 < events_.size()) {
@@ -72,7 +58,8 @@ void Cel::simplifyZeroLengthSections(const Range& range)
         ChannelEvent out = events_[pass.read + 1];
         in.edit_time(in.edit_time() + pass.shift);
         out.edit_time(out.edit_time() + pass.shift);
-        if (goes(pass.write, pass.read, in, out)) {
+        if (qualifies(in.edit_time()) && in.sub_frame_cut(out, kTimeEpsilon) &&
+            !bordersEffects(pass.write, pass.read)) {
             pass.drop(2);
             pass.shift += in.edit_time() - out.edit_time();
         } else {
@@ -80,6 +67,7 @@ void Cel::simplifyZeroLengthSections(const Range& range)
         }
     }
     pass.finish();
+    pass.destroyRemoved();
 }
 
 bool Cel::bordersEffects(std::size_t kept, std::size_t index) const
@@ -98,40 +86,30 @@ bool Cel::bordersEffects(std::size_t kept, std::size_t index) const
 
 void Cel::simplifyMatchFrameCuts(const Range& range)
 {
-    if (!keepsSegmentObjects()) {
-        mergeMatchFrameCuts(range, 0);
-        return;
-    }
-    const Qualifies qualifies(range);
-    for (int i = 1; i < numEvents() - 2;) {
-        const auto out = static_cast<std::size_t>(i);
-        if (qualifies(events_[out].edit_time()) && isMatchFrameCut(i)) {
-            events_[out] = events_[out + 2];
-            removeEventPair(i + 1, false);
-        } else {
-            i += 2;
-        }
-    }
+    mergeCuts(range, [this](std::size_t out) { return isMatchFrameCut(static_cast<int>(out)); });
 }
 
-void Cel::mergeMatchFrameCuts(const Range& range, int ignoreLevels)
+template <class IsNeedless>
+void Cel::mergeCuts(const Range& range, const IsNeedless& isNeedless)
 {
+    if (events_.size() < 3)
+        return;
     const Qualifies qualifies(range);
     Compaction pass(*this);
-    pass.keep(std::min<std::size_t>(events_.size(), 2));
+    pass.keep(2);
     while (pass.read + 1 < events_.size()) {
-        ChannelEvent& out = events_[pass.write - 1];
-        const ChannelEvent& nextOut = events_[pass.read + 1];
-        if (qualifies(out.edit_time()) &&
-            out.removable_with(events_[pass.write - 2], events_[pass.read], nextOut,
-                               ignoreLevels)) {
-            out = nextOut;
+        // The test reads both sections around the cut where they will stand.
+        const std::size_t out = pass.write - 1;
+        pass.bringUp(2);
+        if (qualifies(events_[out].edit_time()) && isNeedless(out)) {
+            events_[out] = events_[out + 2];
             pass.drop(2);
         } else {
             pass.keep(2);
         }
     }
     pass.finish();
+    pass.destroyRemoved();
 }
 
 // ---- tidying ------------------------------------------------------------------------------------
@@ -230,7 +208,11 @@ bool Cel::hasRemovableCuts(int mode) const
 Kt::Ptr<Cel> Cel::simplify(int mode, bool black, bool zeroLength) const
 {
     Kt::Ptr<Cel> track = copy();
-    track->mergeMatchFrameCuts(Editable::invalidRange(), mode);
+    const auto& events = track->events_;
+    track->mergeCuts(Editable::invalidRange(), [&events, mode](std::size_t out) {
+        return events[out].removable_with(events[out - 1], events[out + 1], events[out + 2],
+                                          mode) != 0;
+    });
     if (black)
         track->simplifyBlack(Editable::invalidRange());
     if (zeroLength)

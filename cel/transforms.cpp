@@ -96,7 +96,8 @@ Kt::Ptr<Cel> Cel::rescale(double sourceStart, double sourceEnd, double start, do
         qa_splat("Cel::rescale: ets must be < ete", 0);
         return emptyTrackFor(0);
     }
-    const double grid = quantum >= cel::kTimeEpsilon ? quantum : resolution_;
+    const double grid =
+        quantum >= cel::kTimeEpsilon && std::isfinite(quantum) ? quantum : resolution_;
     const bool backwards = end < start;
     const double from = std::min(start, end);
     const double to = std::max(start, end);

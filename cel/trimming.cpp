@@ -230,8 +230,12 @@ double Cel::do_trim(double d)
 
 void Cel::trimOneByOne(const TrimScan& scan)
 {
-    if (!scan.selected.empty() && cel::detail::matchingIn(events_, scan.selected.front()) < 0)
-        fail("Cel::trim: ceh invalid", kCelModule, __LINE__);
+    if (!scan.selected.empty() && cel::detail::matchingIn(events_, scan.selected.front()) < 0) {
+        const ChannelEvent& first = events_[static_cast<std::size_t>(scan.selected.front())];
+        fail(feedsBlack(first.get_trim_type()) ? "Cel::feedInBlack: invalid ceh"
+                                               : "Cel::trim: ceh invalid",
+             kCelModule, __LINE__);
+    }
     for (const int selected : scan.selected) {
         ce_handle in = handleAt(selected).matching_in_ceh();
         const trim_type type = events_[static_cast<std::size_t>(selected)].get_trim_type();
@@ -263,12 +267,14 @@ void Cel::trimSelectedSections(const TrimScan& scan)
         const trim_type type = events[static_cast<std::size_t>(selected)].get_trim_type();
         if (feedsBlack(type)) {
             const double fed = std::max(scan.allowed, roomForBlack(events_, in));
+            if (feedsBlack(section.front().get_trim_type()))
+                dirty_ = 1;
             offset += feedBlack(section, fed) ? fed : 0.0;
         } else {
             trimSection(section, scan.allowed, type);
             offset += scan.allowed;
+            dirty_ = 1;
         }
-        dirty_ = 1;
     }
     moveUpTo(events.size());
 }

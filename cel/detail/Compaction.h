@@ -2,11 +2,13 @@
 
 #include "cel/Cel.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <vector>
 
 /// One pass over a track that takes events out: those that stay move up over those that went.
 /// Until `finish` the events before `write` are final and those from `read` on are as they were.
-/// Nothing in it can fail.
+/// Nothing in it can fail. What is left to do after it is `destroyRemoved`.
 class Cel::Compaction
 {
 public:
@@ -14,6 +16,8 @@ public:
         : track_(track)
         , pending_(track.pendingInIndex_)
     {
+        if (track.keepsSegmentObjects())
+            removed_.reserve(track.events_.size());
     }
 
     std::size_t read = 0;
@@ -38,8 +42,20 @@ public:
     {
         if (followsPending(count))
             track_.pendingInIndex_ = -1;
-        for (; count > 0; --count, ++read)
-            track_.adjustEventCounts(track_.events_[read], false);
+        for (; count > 0; --count, ++read) {
+            const ChannelEvent& event = track_.events_[read];
+            track_.adjustEventCounts(event, false);
+            if ((event.info() & in_point) && removed_.size() < removed_.capacity())
+                removed_.push_back(event.editGraph());
+        }
+    }
+
+    /// Copies the next `count` events to where they will stand if they stay.
+    void bringUp(std::size_t count)
+    {
+        if (read != write)
+            std::copy_n(track_.events_.begin() + static_cast<std::ptrdiff_t>(read), count,
+                        track_.events_.begin() + static_cast<std::ptrdiff_t>(write));
     }
 
     /// Keeps what was not looked at and gives the track its new length.
@@ -53,6 +69,9 @@ public:
         track_.dirty_ = 1;
     }
 
+    /// Destroys the objects of the sections that went, once the track is whole.
+    void destroyRemoved() { track_.destroyObjects(removed_); }
+
 private:
     bool followsPending(std::size_t count) const
     {
@@ -62,4 +81,5 @@ private:
 
     Cel& track_;
     const std::int32_t pending_; ///< where the open section began before the pass
+    std::vector<IdStamp> removed_;
 };

@@ -2,6 +2,7 @@
 
 #include "cel/detail/grid.h"
 #include "platform/support/Log.h"
+#include "platform/support/TagBag.h"
 
 #include <algorithm>
 
@@ -65,7 +66,7 @@ bool Cel::InsertedMaterial::build(const Cel* source)
 
 void Cel::InsertedMaterial::buildBlack()
 {
-    const double start = onTrack(range_.start());
+    const double start = toGrid(at_, track_.resolution_);
     const double length = toGrid(range_.length(), track_.resolution_);
     cel::detail::appendBlack(events_, black_, start, start + length);
 }
@@ -77,10 +78,10 @@ bool Cel::InsertedMaterial::buildSections(const Cel& source)
     int first = cel::detail::findEvent(events, range_.start() + half, in_point, -1);
     int last = cel::detail::findEvent(events, range_.end() - half, in_point, -1);
     if (first < 0)
-        first = 0;
+        first = cel::detail::nextIn(events, 0);
     if (last < 0)
         last = cel::detail::matchingIn(events, source.numEvents() - 1);
-    if (last < 0) {
+    if (first == source.numEvents() || last < 0) {
         LogBoth("Cel::insert() assertion failed (srcInH.valid() && srcOutH.valid())\n");
         return false;
     }
@@ -93,11 +94,12 @@ bool Cel::InsertedMaterial::buildSections(const Cel& source)
         if (out == source.numEvents())
             break;
         addSection(source, in, out);
-        in = out + 1;
-        while (in < source.numEvents() && events[static_cast<std::size_t>(in)].info() != in_point)
-            ++in;
+        in = cel::detail::nextIn(events, out + 1);
     }
     fillUpTo(range_.end());
+    // A stretch that the frames swallow is still as long as was asked for.
+    if (events_.empty())
+        buildBlack();
     return true;
 }
 
@@ -117,7 +119,8 @@ void Cel::InsertedMaterial::addSection(const Cel& source, int in, int out)
     addIn(source, in, sourceOut, clip);
     for (const ChannelEvent& change :
          events.subspan(static_cast<std::size_t>(in) + 1, static_cast<std::size_t>(out - in) - 1)) {
-        if (isAfter(clip.start, change.edit_time()) || isAfter(change.edit_time(), clip.end))
+        if ((change.info() & in_point) || isAfter(clip.start, change.edit_time()) ||
+            isAfter(change.edit_time(), clip.end))
             continue;
         events_.push_back(change);
         events_.back().edit_time(onTrack(change.edit_time()));
@@ -168,12 +171,13 @@ void Cel::InsertedMaterial::shareObject(const ce_handle& source, ChannelEvent& e
                                         const Clip& clip)
 {
     const IdStamp original = source.getEffectGraph();
-    made_.push_back(original);
+    const auto assigned = idMap_.find(original);
+    const bool wasThere = assigned != idMap_.end() && track_.objectStore() &&
+                          track_.objectStore()->openObject(assigned->second).valid();
+    made_.reserve(made_.size() + 1);
     track_.copySegmentObject(source, event, idMap_, clip.share, clip.method());
-    if (event.editGraph() == original)
-        made_.pop_back();
-    else
-        made_.back() = event.editGraph();
+    if (event.editGraph() != original && !wasThere)
+        made_.push_back(event.editGraph());
     if (clip.share != 1.0)
         track_.resizeSegmentObject(event.editGraph(), clip.share, clip.method());
 }

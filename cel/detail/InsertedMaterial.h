@@ -13,7 +13,7 @@
 class Cel::InsertedMaterial
 {
 public:
-    /// @param at     edit time of the range's start on the track.
+    /// @param at     edit time of the range's start on the track, on its frames.
     /// @param black  what stands where the source has nothing.
     InsertedMaterial(Cel& track, const Range& range, double at, const IdMap& idMap,
                      const Cookie& black);

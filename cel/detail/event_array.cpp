@@ -125,6 +125,14 @@ int matchingOut(ConstEventSpan events, int index)
     return index;
 }
 
+int nextIn(ConstEventSpan events, int index)
+{
+    const int count = static_cast<int>(events.size());
+    while (index < count && events[static_cast<std::size_t>(index)].info() != in_point)
+        ++index;
+    return index;
+}
+
 bool trimMark(const ChannelEvent& event, const ChannelEvent* in)
 {
     const trim_type own = event.get_trim_type();

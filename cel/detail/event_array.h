@@ -30,6 +30,9 @@ int findEvent(ConstEventSpan events, double t, ce_info filter, int seed);
 int matchingIn(ConstEventSpan events, int index);
 int matchingOut(ConstEventSpan events, int index);
 
+/// Index of the first in point from `index` on; the size when there is none.
+int nextIn(ConstEventSpan events, int index);
+
 /// Whether the trim of an event's cut is shown at the event. `in` is the in point of its section,
 /// null when there is none: an in point is marked by its own selection of black, an out point by
 /// its selection of the end unless that of its in point turns it round.
