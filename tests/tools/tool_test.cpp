@@ -124,6 +124,13 @@ void saveDamagedCut(const std::filesystem::path& path)
     offGrid->set_resolution(0.05);
     for (int i = 0; i < 25; ++i)
         offGrid->appendEventPair(lake, 10, 0.51, -1);
+
+    // Reading would put this one in order, unless asked not to.
+    const Kt::Ptr<Cel> overlap = cut.addTrack(kVideoCookie);
+    overlap->appendEventPair(lake, 10, 2.4, -1);
+    overlap->appendEventPair(lake, 10, 2, -1);
+    overlap->getChanEventPtr(2)->edit_time(2);
+    overlap->getChanEventPtr(3)->edit_time(4);
     std::string error;
     ASSERT_TRUE(cel::saveCut(cut, path, cel::SaveGuard::force, error)) << error;
 }
