@@ -41,8 +41,11 @@ constexpr const char* kOffGrid = "off-grid";
 /// Events that a track keeps in a block of records; fewer are stored one by one, without loss.
 constexpr int kFewestInBlock = 3;
 
+/// A number as a sentence shows it: to a millionth, without the digits that only rounding made.
 std::string number(double value)
 {
+    if (std::fabs(value) < 1e9)
+        value = std::round(value * 1e6) / 1e6 + 0.0; // not "-0"
     char digits[32];
     return std::string(digits, std::to_chars(digits, digits + sizeof digits, value).ptr);
 }

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <optional>
 
 namespace cel::tool {
 
@@ -32,7 +33,7 @@ nlohmann::ordered_json findingAsJson(const Cut& cut, const CutFinding& finding)
                                    {"text", finding.text}};
     if (finding.offset)
         json["byte"] = *finding.offset;
-    if (!finding.track.empty())
+    if (finding.trackNumber > 0)
         json["track"] = finding.track;
     if (finding.index >= 0) {
         json["event"] = finding.index;
@@ -68,13 +69,13 @@ std::string describeFinding(const Cut& cut, const CutFinding& finding, bool colo
 std::string describeFindings(const Cut& cut, const std::vector<CutFinding>& findings, bool colour)
 {
     std::string text;
-    std::string heading;
+    std::optional<std::size_t> track;
     FirstOfEachKind first;
-    for (std::size_t i = 0; i < findings.size(); ++i) {
-        const CutFinding& finding = findings[i];
-        const std::string wanted = finding.track.empty() ? "file" : "track " + finding.track;
-        if (wanted != heading) {
-            text += first.rest("  ") + (heading = wanted) + "\n";
+    for (const CutFinding& finding : findings) {
+        if (finding.trackNumber != track) {
+            text += first.rest("  ");
+            text += finding.trackNumber == 0 ? "file\n" : "track " + finding.track + "\n";
+            track = finding.trackNumber;
             first = FirstOfEachKind();
         }
         if (first.admits(finding.invariant))

@@ -3,7 +3,9 @@
 #include "tools/cel/listed_sections.h"
 #include "tools/cel/text.h"
 
+#include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <set>
 #include <utility>
 
@@ -11,65 +13,87 @@ namespace cel::tool {
 
 namespace {
 
-CutFinding aboutTrack(const std::string& track, const char* invariant, Severity severity,
-                      std::string text)
+/// Checks one track as part of a cut.
+class TrackCheck
 {
-    CutFinding finding;
-    finding.severity = severity;
-    finding.invariant = invariant;
-    finding.text = std::move(text);
-    finding.track = track;
-    return finding;
-}
-
-/// Recorded material has an entry in the table; what is made needs none. A cut without any table
-/// came from a form that names its material elsewhere.
-bool lacksMaterial(const Cut& cut, const Cookie& cookie)
-{
-    return !cut.materials.materials().empty() && cookie.getInt3() != Cookie::kSynthetic &&
-           cookie.type() != kInvalidCookie && !cut.materials.find(cookie);
-}
-
-void checkMaterials(const Cut& cut, const Cel& track, const std::string& name,
-                    std::vector<CutFinding>& findings)
-{
-    for (const ListedSection& section : sectionsOf(track, cut.materials)) {
-        if (!lacksMaterial(cut, section.cookie))
-            continue;
-        CutFinding finding =
-            aboutTrack(name, "missing-material", Severity::warning,
-                       "no clip is known for " + printable(section.cookie.asString(true).view()));
-        finding.index = section.event;
-        finding.time = section.record.from;
-        findings.push_back(std::move(finding));
+public:
+    TrackCheck(const Cut& cut, std::size_t index)
+        : cut_(cut)
+        , track_(*cut.tracks[index])
+        , number_(index + 1)
+        , name_(nameOfTrack(cut, index))
+    {
     }
-}
 
-void checkResolution(const Cut& cut, const Cel& track, const std::string& name,
-                     std::vector<CutFinding>& findings)
-{
-    constexpr double kRounding = 1e-9; // text edit lists keep twelve decimals
-    const double frame = cut.rate.frameDuration();
-    if (!(std::fabs(track.get_resolution() - frame) <= kRounding))
-        findings.push_back(aboutTrack(name, "resolution", Severity::warning,
-                                      "a frame of the track lasts " +
-                                          number(track.get_resolution()) + " s, one of the cut " +
-                                          number(frame) + " s"));
-}
-
-void checkNames(const Cut& cut, std::vector<CutFinding>& findings)
-{
-    std::set<std::string> seen;
-    for (std::size_t i = 0; i < cut.tracks.size(); ++i) {
-        const std::string name = nameOfTrack(cut, i);
-        if (cut.tracks[i]->editChannelName().empty())
-            findings.push_back(
-                aboutTrack(name, "track-name", Severity::note, "the track has no name"));
-        else if (!seen.insert(name).second)
-            findings.push_back(aboutTrack(name, "track-name", Severity::warning,
-                                          "more than one track is called " + name));
+    /// @param namesBefore  of the tracks in front of this one; receives its name.
+    std::vector<CutFinding> run(std::set<std::string>& namesBefore)
+    {
+        checkName(namesBefore);
+        checkResolution();
+        for (const Finding& found : audit(track_))
+            report(found.invariant, found.severity, found.text, found.index);
+        checkMaterials();
+        std::stable_sort(findings_.begin(), findings_.end(),
+                         [](const auto& a, const auto& b) { return a.index < b.index; });
+        return std::move(findings_);
     }
-}
+
+private:
+    void checkName(std::set<std::string>& namesBefore)
+    {
+        if (track_.editChannelName().empty())
+            report("track-name", Severity::note, "the track has no name");
+        else if (!namesBefore.insert(name_).second)
+            report("track-name", Severity::warning, "another track is called " + name_ + " too");
+    }
+
+    void checkResolution()
+    {
+        constexpr double kRounding = 1e-9; // text edit lists keep twelve decimals
+        const double frame = cut_.rate.frameDuration();
+        if (!(std::fabs(track_.get_resolution() - frame) <= kRounding))
+            report("resolution", Severity::warning,
+                   "a frame of the track lasts " + number(track_.get_resolution()) +
+                       " s, one of the cut " + number(frame) + " s");
+    }
+
+    void checkMaterials()
+    {
+        for (const ListedSection& section : sectionsOf(track_, cut_.materials))
+            if (lacksMaterial(section.cookie))
+                report("missing-material", Severity::warning,
+                       "no clip is known for " + printable(section.cookie.asString(true).view()),
+                       section.event);
+    }
+
+    /// Recorded material has an entry in the table; what is made needs none. A cut without any
+    /// table came from a form that names its material elsewhere.
+    bool lacksMaterial(const Cookie& cookie) const
+    {
+        return !cut_.materials.materials().empty() && cookie.getInt3() != Cookie::kSynthetic &&
+               cookie.type() != kInvalidCookie && !cut_.materials.find(cookie);
+    }
+
+    void report(const char* invariant, Severity severity, std::string text, int event = -1)
+    {
+        CutFinding finding;
+        finding.severity = severity;
+        finding.invariant = invariant;
+        finding.text = std::move(text);
+        finding.trackNumber = number_;
+        finding.track = name_;
+        finding.index = event;
+        if (event >= 0)
+            finding.time = track_.getChanEventPtr(event)->edit_time();
+        findings_.push_back(std::move(finding));
+    }
+
+    const Cut& cut_;
+    const Cel& track_;
+    std::size_t number_;
+    std::string name_;
+    std::vector<CutFinding> findings_;
+};
 
 } // namespace
 
@@ -77,23 +101,17 @@ std::vector<CutFinding> checkCut(const Cut& cut, const std::vector<LoadFinding>&
 {
     std::vector<CutFinding> findings;
     for (const LoadFinding& place : damage) {
-        const std::string where = place.where == "file" ? "" : printable(place.where) + ": ";
-        CutFinding finding = aboutTrack("", "file", Severity::fault, where + printable(place.text));
+        CutFinding finding;
+        finding.invariant = "file";
+        finding.text =
+            (place.where == "file" ? "" : printable(place.where) + ": ") + printable(place.text);
         finding.offset = place.offset;
         findings.push_back(std::move(finding));
     }
-    checkNames(cut, findings);
+    std::set<std::string> names;
     for (std::size_t i = 0; i < cut.tracks.size(); ++i) {
-        const Cel& track = *cut.tracks[i];
-        const std::string name = nameOfTrack(cut, i);
-        checkResolution(cut, track, name, findings);
-        for (const Finding& found : audit(track)) {
-            CutFinding finding = aboutTrack(name, found.invariant, found.severity, found.text);
-            finding.index = found.index;
-            finding.time = found.time;
-            findings.push_back(std::move(finding));
-        }
-        checkMaterials(cut, track, name, findings);
+        std::vector<CutFinding> ofTrack = TrackCheck(cut, i).run(names);
+        std::move(ofTrack.begin(), ofTrack.end(), std::back_inserter(findings));
     }
     return findings;
 }

@@ -16,14 +16,15 @@ struct CutFinding
     Severity severity = Severity::fault;
     std::string invariant; ///< one word, for scripts
     std::string text;
-    std::string track;                 ///< its name; empty when none is meant
+    std::size_t trackNumber = 0;       ///< from 1; 0 when no track is meant
+    std::string track;                 ///< its name
     int index = -1;                    ///< of the event; -1 when none is meant
     double time = kUnsetTime;          ///< edit time of the event, in seconds
     std::optional<std::size_t> offset; ///< byte of the file
 };
 
-/// All that is wrong with a cut as it was read: damage of its file, then what concerns the cut as a
-/// whole, then the audit of each track together with how it fits into the cut.
+/// All that is wrong with a cut as it was read: damage of its file, then of each
+/// track how it fits into the cut and its audit, in the order of its events.
 std::vector<CutFinding> checkCut(const Cut& cut, const std::vector<LoadFinding>& damage);
 
 } // namespace cel::tool

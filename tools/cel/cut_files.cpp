@@ -11,7 +11,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <memory>
+#include <span>
 #include <string_view>
 #include <utility>
 
@@ -20,14 +22,15 @@ namespace cel::tool {
 namespace {
 
 constexpr std::size_t kHeadBytes = 4096; ///< enough to tell what a file is
+constexpr std::size_t kLargestFile = std::size_t(2) << 30;
 
 [[noreturn]] void failReading(const std::string& path, const std::string& why)
 {
     throw Failure(kUnreadable, path + ": " + why);
 }
 
-/// The bytes of a file, or its first `limit` ones.
-std::string readBytes(const std::string& path, std::size_t limit)
+/// The bytes of a file, which may be a pipe: each is read once only.
+std::string readBytes(const std::string& path)
 {
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),
                                                                &std::fclose);
@@ -35,13 +38,14 @@ std::string readBytes(const std::string& path, std::size_t limit)
         failReading(path, std::string("cannot be opened: ") + std::strerror(errno));
     std::string bytes;
     constexpr std::size_t kChunk = std::size_t(1) << 16;
-    for (std::size_t got = 1; got > 0 && bytes.size() < limit;) {
-        const std::size_t wanted = std::min(kChunk, limit - bytes.size());
+    for (std::size_t got = 1; got > 0 && bytes.size() <= kLargestFile;) {
         const std::size_t before = bytes.size();
-        bytes.resize(before + wanted);
-        got = std::fread(bytes.data() + before, 1, wanted, file.get());
+        bytes.resize(before + kChunk);
+        got = std::fread(bytes.data() + before, 1, kChunk, file.get());
         bytes.resize(before + got);
     }
+    if (bytes.size() > kLargestFile)
+        failReading(path, "larger than 2 GiB, which no cut is");
     if (std::ferror(file.get()))
         failReading(path, std::string("cannot be read: ") + std::strerror(errno));
     return bytes;
@@ -64,12 +68,12 @@ FileKind kindOfContent(std::string_view head, std::optional<FileKind> kindOfName
     return hasBlockOfTextList(head) ? FileKind::textList : FileKind::editList;
 }
 
-OpenedCut openStream(const std::string& path)
+OpenedCut openStream(const std::string& path, std::string_view content)
 {
     std::string error;
-    std::optional<LoadedCut> loaded = loadCut(path, error);
+    std::optional<LoadedCut> loaded = readCut(std::as_bytes(std::span(content)), error);
     if (!loaded)
-        throw Failure(kUnreadable, error);
+        failReading(path, error);
     return {FileKind::stream,
             std::move(loaded->cut),
             {},
@@ -77,10 +81,10 @@ OpenedCut openStream(const std::string& path)
             "stored in the file"};
 }
 
-OpenedCut openEditList(const std::string& path, const std::optional<FrameRate>& rate)
+OpenedCut openEditList(const std::string& path, std::string_view text,
+                       const std::optional<FrameRate>& rate)
 {
     std::string error;
-    const std::string text = readBytes(path, TextFile::kLargestBytes + 1);
     if (text.size() > TextFile::kLargestBytes)
         failReading(path, "larger than 64 MiB, which no edit list is");
     std::optional<EdlImport> import = importEdl(text, rate, error);
@@ -96,6 +100,8 @@ OpenedCut openEditList(const std::string& path, const std::optional<FrameRate>& 
 OpenedCut openTextList(const std::string& path)
 {
     std::string error;
+    if (!std::filesystem::is_regular_file(path))
+        failReading(path, "a text edit list cannot be read from a pipe");
     TextFile file(pathToWide(path), true);
     if (!file.loaded())
         failReading(path, file.error());
@@ -154,13 +160,15 @@ std::optional<FileKind> kindOfName(const std::string& path)
 OpenedCut openCut(const std::string& path, const std::optional<FrameRate>& rate)
 {
     const Progress progress("reading " + path);
-    const FileKind kind = kindOfContent(readBytes(path, kHeadBytes), kindOfName(path));
+    const std::string content = readBytes(path);
+    const std::string_view head = std::string_view(content).substr(0, kHeadBytes);
+    const FileKind kind = kindOfContent(head, kindOfName(path));
     if (kind == FileKind::editList)
-        return openEditList(path, rate);
+        return openEditList(path, content, rate);
     if (rate)
         throw Failure(kUsage, path + ": --rate is for edit lists; " + describe(kind) +
                                   " has a frame rate of its own");
-    return kind == FileKind::textList ? openTextList(path) : openStream(path);
+    return kind == FileKind::textList ? openTextList(path) : openStream(path, content);
 }
 
 WrittenCut writeAs(FileKind kind, const Cut& cut, std::optional<Kt::Ed2Support::TVStd> standard)
@@ -198,14 +206,15 @@ std::vector<std::size_t> chosenTracks(const Cut& cut, const std::vector<std::str
         std::string known;
         for (std::size_t i = 0; i < cut.tracks.size(); ++i) {
             const std::string candidate = nameOfTrack(cut, i);
-            known += (i ? ", " : "") + candidate;
+            known.append(i ? ", " : "").append(candidate);
             exists |= candidate == name;
             if (candidate == name && std::find(chosen.begin(), chosen.end(), i) == chosen.end())
                 chosen.push_back(i);
         }
         if (exists)
             continue;
-        throw Failure(kUsage, "no track is called " + name + "; there are: " + known);
+        throw Failure(kUsage,
+                      std::string("no track is called ").append(name) + "; there are: " + known);
     }
     for (std::size_t i = 0; names.empty() && i < cut.tracks.size(); ++i)
         chosen.push_back(i);

@@ -87,8 +87,8 @@ std::string describeRate(FrameRate rate)
 std::string describeSpeed(double speed)
 {
     const double percent = speed * 100;
-    return number(std::fabs(percent) < 1e9 ? std::round(percent * 100) / 100 + 0.0 : percent) +
-           " %";
+    const bool isSensible = std::fabs(percent) < 1e9;
+    return number(isSensible ? std::round(percent * 100) / 100 : percent) + " %";
 }
 
 std::string describeDuration(const Cut& cut, double seconds)

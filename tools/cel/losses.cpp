@@ -11,8 +11,9 @@ std::string FirstOfEachKind::rest(const std::string& indent) const
     std::string text;
     for (const auto& [kind, count] : counts_)
         if (count > kShown)
-            text += indent + "and " + std::to_string(count - kShown) + " more of kind " + kind +
-                    " (--json lists all)\n";
+            text.append(indent)
+                .append("and " + std::to_string(count - kShown) + " more of kind ")
+                .append(kind + " (--json lists all)\n");
     return text;
 }
 

@@ -1,5 +1,6 @@
 #include "cel/version.h"
 #include "tools/cel/commands.h"
+#include "tools/cel/text.h"
 
 #include <CLI/CLI.hpp>
 
@@ -30,7 +31,7 @@ constexpr const char* kExitCodes =
 
 int complain(ExitCode code, const char* text)
 {
-    std::fprintf(stderr, "cel: %s\n", text);
+    std::fprintf(stderr, "cel: %s\n", printable(text).c_str());
     return code;
 }
 

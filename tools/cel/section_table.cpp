@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <vector>
 
 namespace cel::tool {
@@ -16,11 +15,8 @@ using Row = std::array<std::string, kColumns>;
 
 std::string describeLevel(const ListedSection& section)
 {
-    const auto rounded = [](double level) {
-        return number(std::fabs(level) < 1e9 ? std::round(level * 1e4) / 1e4 : level);
-    };
-    const std::string in = rounded(section.levelIn);
-    const std::string out = rounded(section.levelOut);
+    const std::string in = number(section.levelIn);
+    const std::string out = number(section.levelOut);
     return in == out ? in : in + " to " + out;
 }
 

@@ -98,7 +98,7 @@ std::string styled(std::string_view text, Style style, bool colour)
     return std::string(codeOf(style)).append(text).append("\033[0m");
 }
 
-Progress::Progress(std::string what)
+Progress::Progress(const std::string& what)
     : what_(printable(what))
 {
     if (isTerminal(stderr))

@@ -29,7 +29,7 @@ std::string styled(std::string_view text, Style style, bool colour);
 class Progress
 {
 public:
-    explicit Progress(std::string what);
+    explicit Progress(const std::string& what);
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;

@@ -3,6 +3,7 @@
 #include <utf8.h>
 
 #include <charconv>
+#include <cmath>
 #include <iterator>
 
 namespace cel::tool {
@@ -85,6 +86,8 @@ std::string padded(std::string_view text, std::size_t columns)
 
 std::string number(double value)
 {
+    if (std::fabs(value) < 1e9)
+        value = std::round(value * 1e6) / 1e6 + 0.0; // not "-0"
     char digits[32];
     return std::string(digits, std::to_chars(digits, digits + sizeof digits, value).ptr);
 }

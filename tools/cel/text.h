@@ -22,7 +22,8 @@ std::string clipped(std::string_view text, std::size_t columns);
 /// The text with blanks up to `columns` code points; longer text stays as it is.
 std::string padded(std::string_view text, std::size_t columns);
 
-/// The shortest text that reads back as the same number, independent of the locale.
+/// A number as a sentence shows it, to a millionth and independent of the locale; numbers from 1e9
+/// on in full.
 std::string number(double value);
 
 /// "1 section", "2 sections", "27,965 frames": a count and what is counted.

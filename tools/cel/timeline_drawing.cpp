@@ -217,6 +217,8 @@ private:
     void fillBox(const ListedSection& section, std::size_t column, std::size_t width, Style kind,
                  Legend& legend)
     {
+        if (width == 0)
+            return;
         if (section.black) {
             legend.black = true;
             for (std::size_t i = 0; i < width; ++i)
@@ -226,11 +228,7 @@ private:
             const std::string percent =
                 section.speed == 0 ? "" : describeSpeed(section.speed) + " ";
             const std::string text = mark + " " + percent + section.label();
-            middle_.write(column,
-                          width == 0  ? ""
-                          : width < 3 ? mark
-                                      : clipped(text, width),
-                          Style::speed);
+            middle_.write(column, width < 3 ? mark : clipped(text, width), Style::speed);
         } else {
             middle_.write(column, clipped(section.label(), width), kind);
         }
