@@ -100,7 +100,7 @@ std::vector<Row> allRows()
 {
     using namespace cel::bench;
     std::vector<Row> rows;
-    for (const auto& family : {searchRows(), editingRows(), persistenceRows()})
+    for (const auto& family : {searchRows(), editingRows(), persistenceRows(), savingRows()})
         rows.insert(rows.end(), family.begin(), family.end());
     return rows;
 }

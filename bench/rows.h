@@ -8,6 +8,7 @@ namespace cel::bench {
 std::vector<Row> searchRows();
 std::vector<Row> editingRows();
 std::vector<Row> persistenceRows();
+std::vector<Row> savingRows();
 
 std::vector<Note> memoryNotes();
 
