@@ -30,10 +30,9 @@ std::unique_ptr<std::byte[]> StreamFile::grow(std::size_t count)
 {
     if (count > SIZE_MAX / 2 - size_)
         throw std::length_error("StreamFile: too large");
-    // Half as much again as is needed now: a large block is followed by small values (its
-    // checksum), which must not copy it once more. Memory that is never used costs only addresses.
-    const std::size_t needed = size_ + count;
-    const std::size_t capacity = std::max(kFirstCapacity, needed + needed / 2);
+    // Half as much again as there is, and a little more than is asked for: a large block is
+    // followed by small values (its checksum), which must not copy it once more.
+    const std::size_t capacity = std::max(kFirstCapacity, size_ + size_ / 2 + count + count / 8);
     auto larger = std::make_unique_for_overwrite<std::byte[]>(capacity);
     std::copy_n(data_.get(), size_, larger.get());
     capacity_ = capacity;
