@@ -639,15 +639,18 @@ private:
     void pack(PStream& stream) const;
     void packEditChannelInformation(PStream& stream) const;
     void packSingleEvents(PStream& stream) const;
-    void packEventsV3(PStream& stream) const;
+    void packEventBlock(PStream& stream) const;
+    /// @return false, having written some of them, when the events need pair records.
+    bool packEventsV3(PStream& stream) const;
     void packEventsV4(PStream& stream) const;
     void unpack(PStream& stream);
     void unpackEditChannelInformation(PStream& stream);
     void unpackSingleEvents(PStream& stream, std::int32_t count);
     void unpackEventBlock(PStream& stream, unsigned version, std::int32_t count);
+    // Both answer whether the events are in order.
     template <class Record>
-    void unpackLegacyEvents(PStream& stream, std::int32_t count);
-    void unpackEventsV4(PStream& stream, std::int32_t count);
+    bool unpackLegacyEvents(PStream& stream, std::int32_t count);
+    bool unpackEventsV4(PStream& stream, std::int32_t count);
     void patchUp(PStream& stream, bool lastAccepted);
 
     /// The next identity to hand out; tracks are made on several threads.

@@ -52,6 +52,10 @@ inline constexpr float kUnsetVelocity = 220966.0F;
 /// Largest level that legacy records may hold, as a magnitude.
 inline constexpr double kLargestLegacyMagnitude = 4.5099;
 
+namespace detail {
+struct EventLayout; // where the fields of an event lie
+}
+
 } // namespace cel
 
 /// Flat 64-byte record of an event: the element of stored event blocks of revision 3.
@@ -251,6 +255,7 @@ protected:
 
 private:
     friend class Cel; // reads and writes events as part of its own layer
+    friend struct cel::detail::EventLayout;
 
     static constexpr std::uint32_t kKindMask = 0xFF;
     static constexpr int kModifierShift = 8;

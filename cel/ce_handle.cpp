@@ -33,6 +33,13 @@ ce_handle::ce_handle(const Kt::Ptr<Cel>& cel, int index)
     set_its_cel(cel);
 }
 
+ce_handle::ce_handle(Cel& cel, int index)
+    : its_cel_(&cel)
+    , index_(index)
+    , its_cel_id_(cel.getID())
+{
+}
+
 void ce_handle::set_its_cel(const Kt::Ptr<Cel>& cel)
 {
     its_cel_ = cel;

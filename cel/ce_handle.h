@@ -154,6 +154,9 @@ public:
 private:
     friend class Cel;
 
+    /// On a track that asks for it itself: its share is counted once, not on the way as well.
+    ce_handle(Cel& cel, int index);
+
     void requireSameIdentity(const char* message) const;
     void requireLikeHandles(const ce_handle& other, const char* message) const;
     ChannelEvent& event(const char* message) const;

@@ -16,7 +16,7 @@ ce_handle Cel::handleAt(std::int64_t index) const
 {
     // A handle may change the track that it was asked of; const says no more than that asking
     // does not.
-    return {Kt::Ptr<Cel>(const_cast<Cel*>(this)), static_cast<int>(index)};
+    return {const_cast<Cel&>(*this), static_cast<int>(index)};
 }
 
 ce_handle Cel::get_start_ceh() const

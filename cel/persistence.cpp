@@ -4,6 +4,7 @@
 #include "cel/detail/records.h"
 #include "cel/detail/room.h"
 #include "cel/inspect.h"
+#include "platform/foundation/compare.h"
 #include "platform/support/CookieJar.h"
 #include "platform/support/Log.h"
 #include "platform/support/PStream.h"
@@ -43,13 +44,47 @@ std::size_t boundedBy(std::int64_t wanted, std::size_t available)
     return std::min(static_cast<std::size_t>(std::max<std::int64_t>(wanted, 0)), available);
 }
 
-/// Whether pair records give back the kinds that these events have.
-bool fitsPairForm(std::span<const ChannelEvent> events)
+/// Hands the events on in pieces, an even number in each but the last, until `pack` answers false:
+/// straight into the stream, whose checksum keeps up with small pieces while they are in the cache.
+/// @return whether that was not the case.
+template <class Pack>
+bool forEachPiece(std::span<const ChannelEvent> events, const Pack& pack)
 {
-    for (std::size_t i = 0; i < events.size(); ++i)
-        if (events[i].info() != (i % 2 == 0 ? in_point : out_point))
+    constexpr std::size_t kPiece = 256;
+    for (; events.size() > kPiece; events = events.subspan(kPiece))
+        if (!pack(events.first(kPiece)))
             return false;
-    return events.size() % 2 == 0;
+    return pack(events);
+}
+
+/// Whether no edit time lies before the one in front of it: those are what a repair would move.
+bool inOrder(std::span<const ChannelEvent> events)
+{
+    // Without a way out: nearly all are in order, and so the comparisons run side by side.
+    bool ordered = true;
+    for (std::size_t i = 1; i < events.size(); ++i)
+        ordered &= !valLessThanVal(events[i].edit_time(), events[i - 1].edit_time());
+    return ordered;
+}
+
+/// Fills an empty list with `count` events piece by piece: `read` sees the next and sets every
+/// field of them. Small pieces, so that what an event is made of first is overwritten in the cache.
+/// @return whether they are in order.
+template <class Read>
+bool fillInPieces(std::vector<ChannelEvent>& events, std::size_t count, const Read& read)
+{
+    constexpr std::size_t kPiece = 64;
+    const ChannelEvent blank(ChannelEventV3{});
+    bool ordered = true;
+    cel::detail::reserveWithRoom(events, count);
+    for (std::size_t done = 0; done < count; done += kPiece) {
+        const std::size_t piece = std::min(kPiece, count - done);
+        events.resize(done + piece, blank);
+        const std::span all(events);
+        read(all.last(piece));
+        ordered &= inOrder(all.last(done == 0 ? piece : piece + 1));
+    }
+    return ordered;
 }
 
 } // namespace
@@ -156,15 +191,9 @@ void Cel::pack(PStream& stream) const
     file.setDouble(resolution_);
     file.setLong(numEvents());
     if (numEvents() >= kSmallestBlock) {
-        const unsigned char revision = getChannelEventPackRevision();
         file.setLong(eventCount_);
         file.setLong(blackEventCount_);
-        file.setCookedChar(static_cast<char>(revision));
-        file.setLong(pendingInIndex_);
-        if (revision == kFlatRecords)
-            packEventsV3(stream);
-        else
-            packEventsV4(stream);
+        packEventBlock(stream);
     } else {
         packSingleEvents(stream);
     }
@@ -186,26 +215,47 @@ void Cel::packSingleEvents(PStream& stream) const
     }
 }
 
-void Cel::packEventsV3(PStream& stream) const
+void Cel::packEventBlock(PStream& stream) const
 {
-    // Straight into the stream: a block of its own would be written and read once more.
-    std::byte* record = stream.file().extend(events_.size() * kEventRecordBytes).data();
-    for (const ChannelEvent& event : events_) {
-        cel::detail::writeEventRecord(event, record);
-        record += kEventRecordBytes;
+    StreamFile& file = stream.file();
+    const std::size_t begin = file.bytes().size();
+    const auto packHead = [this, &file](unsigned char revision) {
+        file.setCookedChar(static_cast<char>(revision));
+        file.setLong(pendingInIndex_);
+    };
+    // Most tracks are flat or show early that they are not: to look at all references first would
+    // be a pass of its own.
+    if (CookieJar::instance().getDefaultCookieVersion() != 1) {
+        packHead(kFlatRecords);
+        if (packEventsV3(stream))
+            return;
+        file.truncate(begin);
     }
+    packHead(kPairRecords);
+    packEventsV4(stream);
+}
+
+bool Cel::packEventsV3(PStream& stream) const
+{
+    stream.file().reserve(events_.size() * kEventRecordBytes);
+    return forEachPiece(events_, [&stream](std::span<const ChannelEvent> piece) {
+        const auto block = stream.file().extend(piece.size() * kEventRecordBytes);
+        return cel::detail::writeEventRecords(piece, block.data());
+    });
 }
 
 void Cel::packEventsV4(PStream& stream) const
 {
-    if (!fitsPairForm(events_))
+    const auto sections = std::span(events_).first(events_.size() / 2 * 2);
+    stream.file().reserve(sections.size() / 2 * kPairRecordBytes);
+    bool kindsFit = true;
+    forEachPiece(sections, [&](std::span<const ChannelEvent> piece) {
+        const auto block = stream.file().extend(piece.size() / 2 * kPairRecordBytes);
+        kindsFit &= cel::detail::writePairRecords(piece, block.data());
+        return true;
+    });
+    if (!kindsFit || sections.size() < events_.size())
         LogBoth("Warning: Cel::pack: the events do not fit the pair form, some will be lost\n");
-    const std::size_t pairs = events_.size() / 2;
-    std::byte* record = stream.file().extend(pairs * kPairRecordBytes).data();
-    for (std::size_t i = 0; i < pairs; ++i) {
-        cel::detail::writePairRecord(events_[2 * i], events_[2 * i + 1], record);
-        record += kPairRecordBytes;
-    }
 }
 
 // ---- unpacking --------------------------------------------------------------------------------
@@ -294,16 +344,17 @@ void Cel::unpackEventBlock(PStream& stream, unsigned version, std::int32_t count
     }
     const std::int32_t pending = version >= 4 ? file.getLong() : -1;
 
+    bool ordered = true;
     switch (revision) {
     case 1:
     case 2:
-        unpackLegacyEvents<ChannelEventV2>(stream, count);
+        ordered = unpackLegacyEvents<ChannelEventV2>(stream, count);
         break;
     case kFlatRecords:
-        unpackLegacyEvents<ChannelEventV3>(stream, count);
+        ordered = unpackLegacyEvents<ChannelEventV3>(stream, count);
         break;
     case kPairRecords:
-        unpackEventsV4(stream, count);
+        ordered = unpackEventsV4(stream, count);
         break;
     default:
         stream.errorText().append("Unexpected channel event revision");
@@ -313,27 +364,27 @@ void Cel::unpackEventBlock(PStream& stream, unsigned version, std::int32_t count
     // What the file says of an open section is believed only of an in point that is there.
     const ChannelEvent* in = getChanEventPtr(pending);
     pendingInIndex_ = in && (in->info() & in_point) ? pending : -1;
-    if (stream.errorText().empty() && repairsOrder)
+    if (!ordered && stream.errorText().empty() && repairsOrder)
         fixOutOfOrderEvents();
 }
 
 template <class Record>
-void Cel::unpackLegacyEvents(PStream& stream, std::int32_t count)
+bool Cel::unpackLegacyEvents(PStream& stream, std::int32_t count)
 {
     const std::size_t whole = boundedBy(count, stream.remaining() / kEventRecordBytes);
     const std::byte* record = stream.file().take(whole * kEventRecordBytes).data();
-    cel::detail::reserveWithRoom(events_, whole);
-    for (std::size_t i = 0; i < whole; ++i) {
-        events_.push_back(cel::detail::readEventRecord<Record>(record));
-        record += kEventRecordBytes;
-    }
+    const bool ordered = fillInPieces(events_, whole, [&record](std::span<ChannelEvent> piece) {
+        cel::detail::readEventRecords<Record>(record, piece);
+        record += piece.size() * kEventRecordBytes;
+    });
     if (whole < static_cast<std::size_t>(count))
         stream.errorText().append(kShortFlatBlock);
     if (numEvents() % 2 != 0)
         stream.errorText().append(kOddBlock);
+    return ordered;
 }
 
-void Cel::unpackEventsV4(PStream& stream, std::int32_t count)
+bool Cel::unpackEventsV4(PStream& stream, std::int32_t count)
 {
     const std::size_t wanted = static_cast<std::size_t>(count) / 2;
     const std::size_t whole = std::min(wanted, stream.remaining() / kPairRecordBytes);
@@ -345,17 +396,12 @@ void Cel::unpackEventsV4(PStream& stream, std::int32_t count)
         // Kept: an odd count leaves events that say nothing, unless the block is short as well.
         if (whole == wanted) {
             events_.resize(static_cast<std::size_t>(count));
-            return;
+            return true;
         }
     }
 
-    cel::detail::reserveWithRoom(events_, 2 * whole);
-    ChannelEvent in;
-    ChannelEvent out;
-    for (std::size_t i = 0; i < whole; ++i) {
-        cel::detail::readPairRecord(record, in, out);
-        events_.push_back(in);
-        events_.push_back(out);
-        record += kPairRecordBytes;
-    }
+    return fillInPieces(events_, 2 * whole, [&record](std::span<ChannelEvent> piece) {
+        cel::detail::readPairRecords(record, piece);
+        record += piece.size() / 2 * kPairRecordBytes;
+    });
 }

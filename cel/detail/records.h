@@ -3,6 +3,7 @@
 #include "cel/ChannelEvent.h"
 
 #include <cstddef>
+#include <span>
 
 /// Layouts of the stored event blocks, as bytes.
 namespace cel::detail {
@@ -36,19 +37,22 @@ static_assert(offsetof(PairRecord, material) == 8 && offsetof(PairRecord, infoHi
               offsetof(PairRecord, inRamp) == 60 && offsetof(PairRecord, outEdit) == 64 &&
               offsetof(PairRecord, outGraph) == 80 && offsetof(PairRecord, outRamp) == 92);
 
-/// Writes the flat record of an event, padding as zeros.
-void writeEventRecord(const ChannelEvent& event, std::byte* record);
+/// Writes the flat records of events, padding as zeros.
+/// @return whether the form can name their material: no event in the place of an in point refers
+/// to it with version 1.
+bool writeEventRecords(std::span<const ChannelEvent> events, std::byte* records);
 
-/// Writes the pair record of a section: both times, identifiers and ramps, all else from the in
-/// point; padding as zeros.
-void writePairRecord(const ChannelEvent& in, const ChannelEvent& out, std::byte* record);
+/// Writes the pair records of sections: both times, identifiers and ramps, all else from the in
+/// point; padding as zeros. @param events  an even number.
+/// @return whether the kinds of all events are those that the form gives back.
+bool writePairRecords(std::span<const ChannelEvent> events, std::byte* records);
 
-/// Reads a flat record, `Record` being the legacy form.
+/// Reads flat records, `Record` being the legacy form. Every field of the events is set.
 template <class Record>
-ChannelEvent readEventRecord(const std::byte* record);
+void readEventRecords(const std::byte* records, std::span<ChannelEvent> events);
 
-/// Reads a pair record into two events, which get the kinds that the form implies and keep their
-/// trim selection and modification, of which the form knows nothing.
-void readPairRecord(const std::byte* record, ChannelEvent& in, ChannelEvent& out);
+/// Reads pair records into events, an even number. They get the kinds that the form implies, and
+/// neither a trim selection nor a modification, of which it knows nothing.
+void readPairRecords(const std::byte* records, std::span<ChannelEvent> events);
 
 } // namespace cel::detail

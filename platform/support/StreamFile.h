@@ -53,14 +53,34 @@ public:
     void write(std::span<const std::byte> bytes);
 
     /// Makes room for `count` bytes at the end and returns it for the caller to fill completely;
-    /// valid until the next write. Amortised over many calls, each byte costs one copy.
+    /// valid until the next write. Amortised over many calls, each byte costs one copy. A large
+    /// block is best written in pieces of some kilobytes, see `keepChecksum`.
     std::span<std::byte> extend(std::size_t count)
     {
+        if (size_ >= sum_.next)
+            sumUp();
         if (capacity_ - size_ < count)
             grow(count);
         size_ += count;
         return {data_.get() + (size_ - count), count};
     }
+
+    /// Makes room for `count` bytes more, which are then written without moving what is there.
+    void reserve(std::size_t count)
+    {
+        if (capacity_ - size_ < count)
+            grow(count);
+    }
+
+    /// Takes back what was written from `size` on.
+    void truncate(std::size_t size);
+
+    /// Sums up what is written from here on while it is still in the cache, so that the next
+    /// `checksumFrom` costs no pass over memory.
+    void keepChecksum();
+
+    /// CRC-32C of everything from `offset` on.
+    std::uint32_t checksumFrom(std::size_t offset);
 
     /// Bytes `offset` to `offset + count` of what was written, to be changed afterwards (a length
     /// that is known only when the body stands). They must have been written.
@@ -101,6 +121,18 @@ private:
 
     std::size_t limit() const { return limit_ < size_ ? limit_ : size_; }
 
+    /// The checksum of `begin` to `end`, kept up once the file has the size `next`.
+    struct Sum
+    {
+        std::size_t begin = 0;
+        std::size_t end = 0;
+        std::size_t next = SIZE_MAX;
+        std::uint32_t value = 0;
+    };
+    void sumUp();
+    /// Bytes from `offset` to `offset + count` may change.
+    void forgetSumOf(std::size_t offset, std::size_t count);
+
     /// Makes the memory large enough for `count` more bytes. @return the memory that was replaced.
     std::unique_ptr<std::byte[]> grow(std::size_t count);
 
@@ -130,5 +162,6 @@ private:
     std::size_t capacity_ = 0;
     std::size_t position_ = 0;
     std::size_t limit_ = kNoLimit;
+    Sum sum_;
     bool faulted_ = false;
 };

@@ -131,20 +131,68 @@ TEST(PStream, ReadsALengthBeyondTheFileAsNothing)
     }
 }
 
-/// On a processor with the instruction `crc32c` is the form that uses it.
-TEST(Crc32c, IsTheSameByTableAndByInstruction)
+std::vector<std::byte> randomBytes(std::size_t count)
+{
+    std::mt19937 random(1);
+    std::vector<std::byte> bytes(count);
+    for (std::byte& byte : bytes)
+        byte = std::byte(random());
+    return bytes;
+}
+
+TEST(Crc32c, IsTheSameInEveryFormThatTheProcessorKnows)
 {
     EXPECT_EQ(crc32c(bytesOf("123456789")), 0xE3069283U);
     EXPECT_EQ(crc32c({}), 0U);
-    std::mt19937 random(1);
-    std::vector<std::byte> bytes(20000);
-    for (std::byte& byte : bytes)
-        byte = std::byte(random());
+    const auto bytes = randomBytes(20000);
     const std::span<const std::byte> all(bytes);
-    for (const std::size_t size : {0, 1, 7, 8, 9, 63, 3071, 3072, 3073, 6144, 9999, 20000 - 3}) {
+    for (const std::size_t size :
+         {0, 1, 7, 8, 9, 63, 255, 256, 257, 511, 512, 3071, 3072, 3073, 6144, 9999, 20000 - 3}) {
         const auto part = all.subspan(3, size);
+        const auto first = part.first(size / 3);
+        const auto second = part.subspan(size / 3);
         const std::uint32_t expected = detail::crc32cByTable(part, 5);
-        EXPECT_EQ(crc32c(part.subspan(size / 3), crc32c(part.first(size / 3), 5)), expected);
+        EXPECT_EQ(crc32c(second, crc32c(first, 5)), expected);
+        EXPECT_EQ(detail::joinedCrc32c(crc32c(first, 5), crc32c(second), second.size()), expected);
+        if (detail::hasCrc32cInstruction())
+            EXPECT_EQ(detail::crc32cByInstruction(part, 5), expected);
+        if (detail::hasCrc32cFolding())
+            EXPECT_EQ(detail::crc32cByFolding(part, 5), expected);
+    }
+}
+
+TEST(StreamFile, KeepsTheChecksumOfWhatIsWrittenWhateverChangesAfterwards)
+{
+    constexpr std::size_t kPiece = 100'000;
+    constexpr std::size_t kPieces = 8;
+    const auto bytes = randomBytes(kPiece);
+    struct Case
+    {
+        const char* name;
+        void (*change)(StreamFile&);
+    };
+    static constexpr Case kCases[] = {
+        {"nothing", [](StreamFile&) {}},
+        {"in front", [](StreamFile& file) { file.written(3, 1)[0] ^= std::byte(1); }},
+        {"across the begin", [](StreamFile& file) { file.written(4, 2)[1] ^= std::byte(1); }},
+        {"inside", [](StreamFile& file) { file.written(300'000, 1)[0] ^= std::byte(1); }},
+        {"shorter", [](StreamFile& file) { file.truncate(300'000); }},
+        {"too short", [](StreamFile& file) { file.truncate(2); }},
+        {"empty", [](StreamFile& file) { file.clear(); }},
+    };
+    for (const Case& c : kCases) {
+        SCOPED_TRACE(c.name);
+        StreamFile file;
+        file.write(bytesOf("12345"));
+        file.keepChecksum();
+        for (std::size_t i = 0; i < kPieces; ++i) {
+            file.write(bytes);
+            if (i == kPieces / 2)
+                c.change(file);
+        }
+        StreamFile twin(file.bytes());
+        EXPECT_EQ(file.checksumFrom(1), crc32c(twin.bytes().subspan(1)));
+        EXPECT_EQ(file.checksumFrom(1), crc32c(twin.bytes().subspan(1))); // none is kept now
     }
 }
 

@@ -4,11 +4,42 @@
 // frees in another; hidden operators would leave it with two heaps, and the first such free
 // crashes.
 #include <cstddef>
+#include <cstdint>
 #include <new>
 
 #include <mimalloc.h>
 
+#if defined(__linux__)
+#include <sys/mman.h>
+#endif
+
 namespace {
+
+/// Beyond this size mimalloc maps every block anew and unmaps it when it is freed, so that each of
+/// its pages is touched for the first time again and again. Few large pages instead of many small
+/// ones make that ten times cheaper.
+constexpr std::size_t kLargestKept = std::size_t(16) << 20;
+
+void* withLargePages([[maybe_unused]] void* block, [[maybe_unused]] std::size_t size)
+{
+#if defined(__linux__)
+    constexpr std::uintptr_t kLargePage = std::uintptr_t(2) << 20;
+    if (size <= kLargestKept || !block)
+        return block;
+    const auto begin =
+        (reinterpret_cast<std::uintptr_t>(block) + kLargePage - 1) & ~(kLargePage - 1);
+    const auto end = (reinterpret_cast<std::uintptr_t>(block) + size) & ~(kLargePage - 1);
+    // A wish: where the system does not grant it, everything works as before.
+    madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
+#endif
+    return block;
+}
+
+void* allocate(std::size_t size)
+{
+    void* const block = mi_new(size);
+    return size <= kLargestKept ? block : withLargePages(block, size);
+}
 
 // mimalloc 2.0.9 takes blocks of 256, 512 and 1024 bytes to be aligned to their size, but they are
 // aligned to 128 only. A size that is no power of two takes the path that aligns for itself.
@@ -34,8 +65,8 @@ void* allocateOrNull(std::size_t size, std::align_val_t alignment) noexcept
 #endif
 
 // clang-format off
-void* operator new  (std::size_t n) { return mi_new(n); }
-void* operator new[](std::size_t n) { return mi_new(n); }
+void* operator new  (std::size_t n) { return allocate(n); }
+void* operator new[](std::size_t n) { return allocate(n); }
 void* operator new  (std::size_t n, const std::nothrow_t&) noexcept { return mi_new_nothrow(n); }
 void* operator new[](std::size_t n, const std::nothrow_t&) noexcept { return mi_new_nothrow(n); }
 void* operator new  (std::size_t n, std::align_val_t a) { return allocate(n, a); }

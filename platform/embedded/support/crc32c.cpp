@@ -19,6 +19,13 @@
 #define CEL_TARGET_SSE42
 #endif
 
+// Not on Windows: g++ does not align the stack there for registers as wide as these.
+#if defined(CEL_CRC_INSTRUCTION) && defined(__GNUC__) && !defined(_WIN32)
+#define CEL_CRC_FOLDING
+#define CEL_TARGET_FOLDING __attribute__((target("sse4.2,avx512f,vpclmulqdq")))
+#include <immintrin.h>
+#endif
+
 namespace cel {
 
 namespace {
@@ -41,16 +48,28 @@ constexpr std::uint32_t product(std::uint32_t a, std::uint32_t b)
     return sum;
 }
 
-/// x^(8 count): what passing over `count` zero bytes multiplies a checksum by.
+/// x^(2^i) for every bit i of a size.
+constexpr auto kSquares = [] {
+    std::array<std::uint32_t, 64> squares{kOne >> 1};
+    for (std::size_t i = 1; i < squares.size(); ++i)
+        squares[i] = product(squares[i - 1], squares[i - 1]);
+    return squares;
+}();
+
+constexpr std::uint32_t powerOfX(std::uint64_t exponent)
+{
+    std::uint32_t power = kOne;
+    for (std::size_t i = 0; exponent != 0; ++i, exponent >>= 1) {
+        if ((exponent & 1) != 0)
+            power = product(power, kSquares[i]);
+    }
+    return power;
+}
+
+/// What passing over `count` zero bytes multiplies a checksum by.
 constexpr std::uint32_t zeroBytes(std::size_t count)
 {
-    std::uint32_t factor = kOne;
-    std::uint32_t power = kOne >> 8;
-    for (; count != 0; count >>= 1, power = product(power, power)) {
-        if ((count & 1) != 0)
-            factor = product(factor, power);
-    }
-    return factor;
+    return powerOfX(8 * std::uint64_t(count));
 }
 
 /// Results of one fixed multiplication for each value of each of the four bytes of a checksum.
@@ -164,12 +183,120 @@ bool hasCrc32cInstruction()
 
 #endif
 
+#if defined(CEL_CRC_FOLDING)
+
+namespace {
+
+/// Four registers are folded side by side: a multiplication begins while others are under way.
+constexpr std::size_t kRegister = sizeof(__m512i);
+constexpr std::size_t kBlock = 4 * kRegister;
+
+/// Factors that carry both halves of every 128-bit lane past `bytes`. A lane's first half stands 64
+/// bits before its second; the rest corrects for where a product of two words comes out.
+struct FoldingFactors
+{
+    explicit constexpr FoldingFactors(std::size_t bytes)
+        : firstHalf(powerOfX(8 * bytes + 31))
+        , secondHalf(powerOfX(8 * bytes - 33))
+    {
+    }
+    std::uint64_t firstHalf;
+    std::uint64_t secondHalf;
+};
+constexpr FoldingFactors kPastRegister(kRegister);
+constexpr FoldingFactors kPastBlock(kBlock);
+
+CEL_TARGET_FOLDING __m512i inEveryLane(const FoldingFactors& factors)
+{
+    const auto first = static_cast<long long>(factors.firstHalf);
+    const auto second = static_cast<long long>(factors.secondHalf);
+    return _mm512_set_epi64(second, first, second, first, second, first, second, first);
+}
+
+CEL_TARGET_FOLDING __m512i loadRegister(const std::byte* at)
+{
+    return _mm512_loadu_si512(at);
+}
+
+/// What stands for all bytes up to `next` and for those in it.
+CEL_TARGET_FOLDING __m512i fold(__m512i sum, __m512i factors, __m512i next)
+{
+    constexpr int kAllThreeXored = 0x96;
+    return _mm512_ternarylogic_epi64(_mm512_clmulepi64_epi128(sum, factors, 0x00),
+                                     _mm512_clmulepi64_epi128(sum, factors, 0x11), next,
+                                     kAllThreeXored);
+}
+
+/// Sixty-four bytes that have the checksum of all whole blocks at `at`, when it starts from 0.
+CEL_TARGET_FOLDING std::array<std::byte, kRegister>
+foldBlocks(const std::byte* at, std::size_t blocks, std::uint32_t start)
+{
+    __m512i sums[] = {loadRegister(at), loadRegister(at + kRegister),
+                      loadRegister(at + 2 * kRegister), loadRegister(at + 3 * kRegister)};
+    const __m128i startBits = _mm_cvtsi32_si128(static_cast<int>(start));
+    sums[0] = _mm512_xor_si512(sums[0], _mm512_zextsi128_si512(startBits));
+
+    const __m512i pastBlock = inEveryLane(kPastBlock);
+    while (--blocks != 0) {
+        at += kBlock;
+        sums[0] = fold(sums[0], pastBlock, loadRegister(at));
+        sums[1] = fold(sums[1], pastBlock, loadRegister(at + kRegister));
+        sums[2] = fold(sums[2], pastBlock, loadRegister(at + 2 * kRegister));
+        sums[3] = fold(sums[3], pastBlock, loadRegister(at + 3 * kRegister));
+    }
+    const __m512i pastRegister = inEveryLane(kPastRegister);
+    for (std::size_t i = 1; i < 4; ++i)
+        sums[i] = fold(sums[i - 1], pastRegister, sums[i]);
+
+    std::array<std::byte, kRegister> folded;
+    _mm512_storeu_si512(folded.data(), sums[3]);
+    return folded;
+}
+
+} // namespace
+
+std::uint32_t crc32cByFolding(std::span<const std::byte> bytes, std::uint32_t start)
+{
+    const std::size_t blocks = bytes.size() / kBlock;
+    if (blocks == 0)
+        return crc32cByInstruction(bytes, start);
+    const auto folded = foldBlocks(bytes.data(), blocks, ~start);
+    const std::uint32_t whole = crc32cByInstruction(folded, ~0U);
+    return crc32cByInstruction(bytes.subspan(blocks * kBlock), whole);
+}
+
+bool hasCrc32cFolding()
+{
+    return hasCrc32cInstruction() && __builtin_cpu_supports("avx512f") &&
+           __builtin_cpu_supports("vpclmulqdq");
+}
+
+#else
+
+std::uint32_t crc32cByFolding(std::span<const std::byte> bytes, std::uint32_t start)
+{
+    return crc32cByTable(bytes, start);
+}
+
+bool hasCrc32cFolding()
+{
+    return false;
+}
+
+#endif
+
+std::uint32_t joinedCrc32c(std::uint32_t first, std::uint32_t second, std::size_t secondBytes)
+{
+    return product(first, zeroBytes(secondBytes)) ^ second;
+}
+
 } // namespace detail
 
 std::uint32_t crc32c(std::span<const std::byte> bytes, std::uint32_t start)
 {
-    static const auto form =
-        detail::hasCrc32cInstruction() ? &detail::crc32cByInstruction : &detail::crc32cByTable;
+    static const auto form = detail::hasCrc32cFolding()       ? &detail::crc32cByFolding
+                             : detail::hasCrc32cInstruction() ? &detail::crc32cByInstruction
+                                                              : &detail::crc32cByTable;
     return form(bytes, start);
 }
 

@@ -94,13 +94,14 @@ void writeLayer(PStream& stream, std::string_view name,
     const std::size_t revisionOffset = file.bytes().size();
     file.extend(kRevisionAndLength);
     const std::size_t bodyOffset = file.bytes().size();
+    file.keepChecksum();
     const std::uint8_t revision = body(stream);
     const std::uint64_t bodyBytes = file.bytes().size() - bodyOffset;
 
     std::byte* const header = file.written(revisionOffset, kRevisionAndLength).data();
     std::memcpy(header, &revision, sizeof(revision));
     std::memcpy(header + sizeof(revision), &bodyBytes, sizeof(bodyBytes));
-    file.setUnsignedLong(crc32c(file.bytes().subspan(frameOffset)));
+    file.setUnsignedLong(file.checksumFrom(frameOffset));
 }
 
 LightweightString<char> nextLayerName(PStream& stream)

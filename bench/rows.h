@@ -1,0 +1,15 @@
+#pragma once
+
+#include "bench/table.h"
+
+/// The rows of the table, family by family; each function stands in the source of its name.
+namespace cel::bench {
+
+std::vector<Row> searchRows();
+std::vector<Row> editingRows();
+std::vector<Row> persistenceRows();
+std::vector<Row> savingRows();
+
+std::vector<Note> memoryNotes();
+
+} // namespace cel::bench
