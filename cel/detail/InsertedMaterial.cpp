@@ -98,7 +98,7 @@ bool Cel::InsertedMaterial::buildSections(const Cel& source)
             ++in;
     }
     fillUpTo(range_.end());
-    return true;
+    return !events_.empty(); // black far beyond every track has no length there
 }
 
 void Cel::InsertedMaterial::addSection(const Cel& source, int in, int out)
