@@ -14,6 +14,16 @@ using cel::detail::fail;
 using cel::detail::isAfter;
 using cel::detail::kCelModule;
 
+namespace {
+
+/// Sum of two counts. Files may have said anything, so it wraps rather than overflow.
+std::int32_t sumOfCounts(std::int32_t a, std::int32_t b)
+{
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) + static_cast<std::uint32_t>(b));
+}
+
+} // namespace
+
 Kt::Ptr<Cel> Cel::emptyTrackFor(std::size_t events) const
 {
     Kt::Ptr<Cel> track(new Cel(0, resolution_));
@@ -62,8 +72,8 @@ Kt::Ptr<Cel> Cel::appendCel(const Kt::Ptr<Cel>& other) const
     track->blackEventCount_ = blackEventCount_;
     if (other) {
         track->events_.insert(track->events_.end(), other->events_.begin(), other->events_.end());
-        track->eventCount_ += other->eventCount_;
-        track->blackEventCount_ += other->blackEventCount_;
+        track->eventCount_ = sumOfCounts(eventCount_, other->eventCount_);
+        track->blackEventCount_ = sumOfCounts(blackEventCount_, other->blackEventCount_);
     }
     return track;
 }

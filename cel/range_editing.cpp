@@ -21,6 +21,12 @@ bool isFinite(const NumRange<double, Ordered>& range)
     return std::isfinite(range.start()) && std::isfinite(range.end());
 }
 
+/// Whether material of a range can stand at a time, all of it within what a track holds.
+bool canStandAt(double at, const NumRange<double, Ordered>& range)
+{
+    return isFinite(range) && cel::isRealTime(at) && cel::isRealTime(at + range.length());
+}
+
 } // namespace
 
 // ---- one splice and one shift -----------------------------------------------------------------
@@ -147,7 +153,7 @@ void Cel::removeStepByStep(const Range& range, std::vector<IdStamp>& removed)
 
 void Cel::insert(const Cel* source, const Range& range, double at, const IdMap& idMap)
 {
-    if (!isFinite(range) || !std::isfinite(at))
+    if (!canStandAt(at, range))
         return;
     // A track put into itself is read as it was before.
     const Kt::Ptr<Cel> snapshot = source == this ? snapshotForHooks() : Kt::Ptr<Cel>();
@@ -315,7 +321,7 @@ void Cel::alignOutPoint(std::size_t index, double t)
 void Cel::replace(const Cel* source, const Range& range, double at, const IdMap& idMap,
                   Editable::ReplaceFlags flags)
 {
-    if (!isFinite(range) || !std::isfinite(at))
+    if (!canStandAt(at, range))
         return;
     const Kt::Ptr<Cel> snapshot = source == this ? snapshotForHooks() : Kt::Ptr<Cel>();
     const Cel* material = snapshot ? snapshot.get() : source;

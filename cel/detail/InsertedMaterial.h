@@ -19,7 +19,7 @@ public:
                      const Cookie& black);
 
     /// Builds from a source, or black alone from none. @return false when the source has no whole
-    /// section where one must be.
+    /// section where one must be, or when there is nothing to put in.
     bool build(const Cel* source);
 
     /// Destroys the effect objects that the hooks made, the last one first.

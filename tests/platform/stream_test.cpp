@@ -154,10 +154,12 @@ TEST(Crc32c, IsTheSameInEveryFormThatTheProcessorKnows)
         const std::uint32_t expected = detail::crc32cByTable(part, 5);
         EXPECT_EQ(crc32c(second, crc32c(first, 5)), expected);
         EXPECT_EQ(detail::joinedCrc32c(crc32c(first, 5), crc32c(second), second.size()), expected);
-        if (detail::hasCrc32cInstruction())
+        if (detail::hasCrc32cInstruction()) {
             EXPECT_EQ(detail::crc32cByInstruction(part, 5), expected);
-        if (detail::hasCrc32cFolding())
+        }
+        if (detail::hasCrc32cFolding()) {
             EXPECT_EQ(detail::crc32cByFolding(part, 5), expected);
+        }
     }
 }
 
