@@ -16,6 +16,6 @@ if(EXISTS "${WORK}/prefix/include/cel/cel/detail")
     message(FATAL_ERROR "cel/detail was installed")
 endif()
 run("${CMAKE_COMMAND}" -S "${SOURCE}" -B "${WORK}/build" -G "${GENERATOR}" "-DCMAKE_PREFIX_PATH=${WORK}/prefix"
-    "-DCMAKE_CXX_COMPILER=${COMPILER}")
+    "-DCMAKE_CXX_COMPILER=${COMPILER}" "-DCEL_EXAMPLES=${SOURCE}/../../examples")
 run("${CMAKE_COMMAND}" --build "${WORK}/build")
 run("${CMAKE_CTEST_COMMAND}" --test-dir "${WORK}/build" --output-on-failure --no-tests=error)
