@@ -1,0 +1,53 @@
+#include "cel/plays_same.h"
+
+#include "tests/support/track_notation.h"
+
+#include <gtest/gtest.h>
+
+namespace cel::test {
+namespace {
+
+TEST(PlaysSame, LooksAtWhatPlaysAndNotAtHowItIsCut)
+{
+    // clang-format off
+    struct Case { std::string_view name, a, b; const char* field; double time; };
+    static const Case cases[] = {
+        {"the same",                     "A0-4 B4-6",         "A0-4 B4-6",           nullptr,    0},
+        {"a cut more",                   "A0-4",              "A0-1 A1-4@1",         nullptr,    0},
+        {"a hole for black",             "A0-2 .2-3 B3-4",    "A0-2 B3-4",           nullptr,    0},
+        {"black of another time",        ".0-2 A2-4",         ".0-2@7 A2-4",         nullptr,    0},
+        {"black behind the end",         "A0-2",              "A0-2 .2-9",           nullptr,    0},
+        {"a section of no length",       "A0-2 B2-4",         "A0-2 C2-2 B2-4",      nullptr,    0},
+        {"a ramp where only one cuts",   "A0-4",              "A0-2 A2-4@2~20>0",    nullptr,    0},
+        {"two empty tracks",             "",                  "",                    nullptr,    0},
+        {"a cut at another time",        "A0-4 B4-6",         "A0-3 B3-6",           "material", 3},
+        {"other material",               "A0-4 B4-6",         "A0-4 C4-6",           "material", 4},
+        {"nothing there",                "A0-4",              "",                    "material", 0},
+        {"another strip time",           "A0-4",              "A0-4@1",              "strip",    0},
+        {"another speed",                "A0-4",              "A0-4*2",              "speed",    0},
+        {"another level",                "A0-4:1",            "A0-4:0.5",            "level",    0},
+        {"a level that drifts away",     "A0-4:1",            "A0-4:1>0",            "level",    4e-6},
+        {"inactive",                     "A0-4",              "A0-4!1>0",            "active",   0},
+        {"another display",              "A0-4",              "A0-4%3>0",            "display",  0},
+        {"another ramp",                 "A0-4~8>0",          "A0-4~12>0",           "ramp",     0},
+        {"another curve",                "A0-4~8>0",          "A0-4~8>0/2>0",        "ramp",     0},
+        {"another ramp at the end",      "A0-4~0>8",          "A0-4~0>12",           "ramp",     4},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const auto difference = explainDifference(*track(c.a), *track(c.b));
+        const auto turned = explainDifference(*track(c.b), *track(c.a));
+        EXPECT_EQ(playsSame(*track(c.a), *track(c.b)), c.field == nullptr);
+        ASSERT_EQ(difference.has_value(), c.field != nullptr);
+        ASSERT_EQ(turned.has_value(), c.field != nullptr);
+        if (!difference)
+            continue;
+        EXPECT_STREQ(difference->field, c.field);
+        EXPECT_STREQ(turned->field, c.field);
+        EXPECT_NEAR(difference->time, c.time, 2e-6);
+    }
+}
+
+} // namespace
+} // namespace cel::test
