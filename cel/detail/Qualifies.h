@@ -2,7 +2,6 @@
 
 #include "cel/edit_time.h"
 #include "platform/foundation/NumRange.h"
-#include "tracks/Editable.h"
 
 namespace cel::detail {
 
@@ -12,7 +11,7 @@ class Qualifies
 {
 public:
     explicit Qualifies(const NumRange<double, Ordered>& range)
-        : all_(range == Editable::invalidRange())
+        : all_(range.start() == kInvalidTime && range.end() == kInvalidTime)
         , from_(range.start() - kTimeEpsilon)
         , to_(range.end() + kTimeEpsilon)
     {

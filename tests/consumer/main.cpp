@@ -6,8 +6,9 @@
 
 int main()
 {
-    const char* list = "TITLE: OUTSIDE\n"
-                       "001  A001     V     C        00:00:01:00 00:00:03:00 01:00:00:00 01:00:02:00\n";
+    const char* list =
+        "TITLE: OUTSIDE\n"
+        "001  A001     V     C        00:00:01:00 00:00:03:00 01:00:00:00 01:00:02:00\n";
     std::string error;
     const auto import = cel::importEdl(list, cel::FrameRate{}, error);
     if (!import || import->cut.tracks.size() != 1)
