@@ -1,14 +1,13 @@
 #include "cel/inspect.h"
+#include "tools/cel/command_line.h"
 #include "tools/cel/commands.h"
 #include "tools/cel/cut_checks.h"
 #include "tools/cel/cut_files.h"
+#include "tools/cel/json.h"
 #include "tools/cel/listed_sections.h"
 #include "tools/cel/losses.h"
 #include "tools/cel/terminal.h"
 #include "tools/cel/text.h"
-
-#include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cstdio>
@@ -26,20 +25,20 @@ struct CheckOptions
     bool json = false;
 };
 
-nlohmann::ordered_json findingAsJson(const Cut& cut, const CutFinding& finding)
+Json findingAsJson(const Cut& cut, const CutFinding& finding)
 {
-    nlohmann::ordered_json json = {{"severity", describe(finding.severity)},
-                                   {"invariant", finding.invariant},
-                                   {"text", finding.text}};
+    Json json = Json::object();
+    json.set("severity", describe(finding.severity))
+        .set("invariant", finding.invariant)
+        .set("text", finding.text);
     if (finding.offset)
-        json["byte"] = *finding.offset;
+        json.set("byte", *finding.offset);
     if (finding.trackNumber > 0)
-        json["track"] = finding.track;
-    if (finding.index >= 0) {
-        json["event"] = finding.index;
-        json["seconds"] = finding.time;
-        json["timecode"] = recordTimecode(cut, finding.time);
-    }
+        json.set("track", finding.track);
+    if (finding.index >= 0)
+        json.set("event", finding.index)
+            .set("seconds", finding.time)
+            .set("timecode", recordTimecode(cut, finding.time));
     return json;
 }
 
@@ -108,10 +107,11 @@ int runCheck(const CheckOptions& options)
     const auto count = static_cast<long long>(findings.size());
     std::string text;
     if (options.json) {
-        nlohmann::ordered_json list = nlohmann::ordered_json::array();
+        Json list = Json::array();
         for (const CutFinding& finding : findings)
-            list.push_back(findingAsJson(opened.cut, finding));
-        text = jsonText({{"file", options.file}, {"findings", std::move(list)}});
+            list.push(findingAsJson(opened.cut, finding));
+        Json json = Json::object();
+        text = json.set("file", options.file).set("findings", std::move(list)).text();
     } else if (findings.empty()) {
         text = printable(options.file) + ": all is well, " +
                counted(static_cast<long long>(opened.cut.tracks.size()), "track") + " checked.\n";
@@ -140,14 +140,14 @@ std::string listOfInvariants()
 void addCheckCommand(CLI::App& program, int& exitCode)
 {
     auto options = std::make_shared<CheckOptions>();
-    CLI::App* command = program.add_subcommand(
-        "check", "Lists everything that is wrong with a cut (exit code 1 when something is)");
-    command->add_option("FILE.cel", options->file, "The cut; an edit list will do too")->required();
-    command->add_option("--least", options->least, "What to report: note (all), warning or fault")
-        ->check(CLI::IsMember({"note", "warning", "fault"}));
-    command->add_flag("--json", options->json, "Print the findings as JSON");
-    command->footer(listOfInvariants() + "\nExample:\n  cel check cut.cel --json");
-    command->callback([options, &exitCode] { exitCode = runCheck(*options); });
+    Command command(program, "check",
+                    "Lists everything that is wrong with a cut (exit code 1 when something is)");
+    command.argument("FILE.cel", options->file, "The cut; an edit list will do too");
+    command.option("--least", options->least, "What to report: note (all), warning or fault",
+                   {"note", "warning", "fault"});
+    command.flag("--json", options->json, "Print the findings as JSON");
+    command.footer(listOfInvariants() + "\nExample:\n  cel check cut.cel --json");
+    command.runs([options] { return runCheck(*options); }, exitCode);
 }
 
 } // namespace cel::tool

@@ -1,11 +1,10 @@
+#include "tools/cel/command_line.h"
 #include "tools/cel/commands.h"
 #include "tools/cel/cut_files.h"
+#include "tools/cel/json.h"
 #include "tools/cel/listed_sections.h"
 #include "tools/cel/losses.h"
 #include "tools/cel/text.h"
-
-#include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
 
 #include <cstdio>
 #include <map>
@@ -53,15 +52,17 @@ std::string describeExport(const ExportOptions& options, const OpenedCut& opened
 std::string reportAsJson(const ExportOptions& options, const OpenedCut& opened,
                          const WrittenCut& written, bool refused)
 {
-    nlohmann::ordered_json report = {{"input", options.files.front()},
-                                     {"output", options.files.back()},
-                                     {"tracks", opened.cut.tracks.size()},
-                                     {"damage", opened.findings.size()},
-                                     {"inputLosses", lossesAsJson(opened.losses)},
-                                     {"losses", lossesAsJson(written.losses)}};
+    Json report = Json::object();
+    report.set("input", options.files.front());
     if (refused)
-        report["output"] = nullptr;
-    return jsonText(report);
+        report.setNull("output");
+    else
+        report.set("output", options.files.back());
+    report.set("tracks", opened.cut.tracks.size())
+        .set("damage", opened.findings.size())
+        .set("inputLosses", lossesAsJson(opened.losses))
+        .set("losses", lossesAsJson(written.losses));
+    return report.text();
 }
 
 int runExport(const ExportOptions& options)
@@ -100,25 +101,20 @@ int runExport(const ExportOptions& options)
 void addExportCommand(CLI::App& program, int& exitCode)
 {
     auto options = std::make_shared<ExportOptions>();
-    CLI::App* command = program.add_subcommand(
-        "export", "Writes a cut as edit list, text edit list or track stream");
-    command
-        ->add_option("FILE.cel [TRACK...] OUT", options->files,
-                     "The cut, the tracks to take (all without names), and the result, whose name "
-                     "ends in .edl, .txt or .cel")
-        ->required();
-    command
-        ->add_option(
-            "--standard", options->standard,
-            "Frame units of a text edit list: film, pal, ntsc or film_ntsc; the nearest to "
-            "the cut's rate without it")
-        ->check(CLI::IsMember({"film", "pal", "ntsc", "film_ntsc"}));
-    command->add_flag("--strict", options->strict,
-                      "Write nothing when something does not fit (exit code 1)");
-    command->add_flag("--force", options->force, "Write tracks that the form would damage");
-    command->add_flag("--json", options->json, "Print what did not fit as JSON");
-    command->footer("Example:\n  cel export cut.cel V1 picture.edl");
-    command->callback([options, &exitCode] { exitCode = runExport(*options); });
+    Command command(program, "export", "Writes a cut as edit list, text edit list or track stream");
+    command.arguments("FILE.cel [TRACK...] OUT", options->files,
+                      "The cut, the tracks to take (all without names), and the result, whose name "
+                      "ends in .edl, .txt or .cel",
+                      true);
+    command.option("--standard", options->standard,
+                   "Frame units of a text edit list; the nearest to the cut's rate without it",
+                   {"film", "pal", "ntsc", "film_ntsc"});
+    command.flag("--strict", options->strict,
+                 "Write nothing when something does not fit (exit code 1)");
+    command.flag("--force", options->force, "Write tracks that the form would damage");
+    command.flag("--json", options->json, "Print what did not fit as JSON");
+    command.footer("Example:\n  cel export cut.cel V1 picture.edl");
+    command.runs([options] { return runExport(*options); }, exitCode);
 }
 
 } // namespace cel::tool

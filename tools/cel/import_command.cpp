@@ -1,11 +1,10 @@
+#include "tools/cel/command_line.h"
 #include "tools/cel/commands.h"
 #include "tools/cel/cut_files.h"
+#include "tools/cel/json.h"
 #include "tools/cel/listed_sections.h"
 #include "tools/cel/losses.h"
 #include "tools/cel/text.h"
-
-#include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
 
 #include <cstdio>
 #include <memory>
@@ -60,26 +59,33 @@ std::string describeArrival(const OpenedCut& opened)
                 counted(static_cast<long long>(cut.materials.materials().size()), "clip"));
 }
 
-nlohmann::ordered_json arrivalAsJson(const ImportOptions& options, const OpenedCut& opened,
-                                     bool written)
+Json arrivalAsJson(const ImportOptions& options, const OpenedCut& opened, bool written)
 {
     const Cut& cut = opened.cut;
-    nlohmann::ordered_json tracks = nlohmann::ordered_json::array();
-    for (std::size_t i = 0; i < cut.tracks.size(); ++i)
-        tracks.push_back({{"name", nameOfTrack(cut, i)},
-                          {"kind", describeKind(kindOf(*cut.tracks[i]))},
-                          {"sections", sectionsOf(*cut.tracks[i], cut.materials).size()}});
-    return {{"input", options.input},
-            {"output", written ? nlohmann::ordered_json(options.output) : nullptr},
-            {"title", cut.title},
-            {"rate", describe(cut.rate)},
-            {"rateReason", opened.rateReason},
-            {"start", recordTimecode(cut, 0)},
-            {"end", recordTimecode(cut, cut.duration())},
-            {"seconds", cut.duration()},
-            {"tracks", std::move(tracks)},
-            {"damage", opened.findings.size()},
-            {"losses", lossesAsJson(opened.losses)}};
+    Json tracks = Json::array();
+    for (std::size_t i = 0; i < cut.tracks.size(); ++i) {
+        Json track = Json::object();
+        track.set("name", nameOfTrack(cut, i))
+            .set("kind", describeKind(kindOf(*cut.tracks[i])))
+            .set("sections", sectionsOf(*cut.tracks[i], cut.materials).size());
+        tracks.push(std::move(track));
+    }
+    Json json = Json::object();
+    json.set("input", options.input);
+    if (written)
+        json.set("output", options.output);
+    else
+        json.setNull("output");
+    json.set("title", cut.title)
+        .set("rate", describe(cut.rate))
+        .set("rateReason", opened.rateReason)
+        .set("start", recordTimecode(cut, 0))
+        .set("end", recordTimecode(cut, cut.duration()))
+        .set("seconds", cut.duration())
+        .set("tracks", std::move(tracks))
+        .set("damage", opened.findings.size())
+        .set("losses", lossesAsJson(opened.losses));
+    return json;
 }
 
 int runImport(const ImportOptions& options)
@@ -96,7 +102,7 @@ int runImport(const ImportOptions& options)
 
     std::string report;
     if (options.json) {
-        report = jsonText(arrivalAsJson(options, opened, !refused));
+        report = arrivalAsJson(options, opened, !refused).text();
     } else {
         report = printable(options.input) + ", " + describe(opened.kind) + ", arrived:\n" +
                  describeArrival(opened) +
@@ -116,21 +122,19 @@ int runImport(const ImportOptions& options)
 void addImportCommand(CLI::App& program, int& exitCode)
 {
     auto options = std::make_shared<ImportOptions>();
-    CLI::App* command = program.add_subcommand(
-        "import", "Brings an edit list, a text edit list or a track stream into a .cel file");
-    command->add_option("IN", options->input, "What to read; its content tells the kind")
-        ->required();
-    command->add_option("OUT", options->output, "The .cel file to write; an old one is replaced")
-        ->required();
-    command->add_option("--rate", options->rate,
-                        "Frames a second of an edit list: 24, 29.97, 29.97df, 30000/1001; guessed "
-                        "from the list without it");
-    command->add_flag("--strict", options->strict,
-                      "Write nothing when something cannot be carried over (exit code 1)");
-    command->add_flag("--force", options->force, "Write tracks that the form would damage");
-    command->add_flag("--json", options->json, "Print what arrived as JSON");
-    command->footer("Example:\n  cel import cut.edl cut.cel --rate 25");
-    command->callback([options, &exitCode] { exitCode = runImport(*options); });
+    Command command(program, "import",
+                    "Brings an edit list, a text edit list or a track stream into a .cel file");
+    command.argument("IN", options->input, "What to read; its content tells the kind");
+    command.argument("OUT", options->output, "The .cel file to write; an old one is replaced");
+    command.option("--rate", options->rate,
+                   "Frames a second of an edit list: 24, 29.97, 29.97df, 30000/1001; guessed from "
+                   "the list without it");
+    command.flag("--strict", options->strict,
+                 "Write nothing when something cannot be carried over (exit code 1)");
+    command.flag("--force", options->force, "Write tracks that the form would damage");
+    command.flag("--json", options->json, "Print what arrived as JSON");
+    command.footer("Example:\n  cel import cut.edl cut.cel --rate 25");
+    command.runs([options] { return runImport(*options); }, exitCode);
 }
 
 } // namespace cel::tool

@@ -2,7 +2,7 @@
 
 #include "tools/cel/text.h"
 
-#include <nlohmann/json.hpp>
+#include <utility>
 
 namespace cel::tool {
 
@@ -39,17 +39,15 @@ std::string damageNotice(const std::string& file)
     return "The file is damaged; cel check " + file + " says where.\n";
 }
 
-nlohmann::ordered_json lossesAsJson(const LossLedger& losses)
+Json lossesAsJson(const LossLedger& losses)
 {
-    nlohmann::ordered_json list = nlohmann::ordered_json::array();
-    for (const LossLedger::Entry& entry : losses.entries())
-        list.push_back({{"line", entry.line}, {"kind", entry.kind}, {"text", entry.text}});
+    Json list = Json::array();
+    for (const LossLedger::Entry& entry : losses.entries()) {
+        Json json = Json::object();
+        json.set("line", entry.line).set("kind", entry.kind).set("text", entry.text);
+        list.push(std::move(json));
+    }
     return list;
-}
-
-std::string jsonText(const nlohmann::ordered_json& value)
-{
-    return value.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
 }
 
 } // namespace cel::tool

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "interchange/LossLedger.h"
-
-#include <nlohmann/json_fwd.hpp>
+#include "tools/cel/json.h"
 
 #include <map>
 #include <string>
@@ -33,9 +32,6 @@ std::string describeLosses(const LossLedger& losses, const std::string& was);
 std::string damageNotice(const std::string& file);
 
 /// All of them: [{"line", "kind", "text"}].
-nlohmann::ordered_json lossesAsJson(const LossLedger& losses);
-
-/// JSON as it is printed: indented, one line end last; bytes that are no UTF-8 become U+FFFD.
-std::string jsonText(const nlohmann::ordered_json& value);
+Json lossesAsJson(const LossLedger& losses);
 
 } // namespace cel::tool

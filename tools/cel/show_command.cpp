@@ -1,14 +1,13 @@
+#include "tools/cel/command_line.h"
 #include "tools/cel/commands.h"
 #include "tools/cel/cut_files.h"
+#include "tools/cel/json.h"
 #include "tools/cel/listed_sections.h"
 #include "tools/cel/losses.h"
 #include "tools/cel/section_table.h"
 #include "tools/cel/terminal.h"
 #include "tools/cel/text.h"
 #include "tools/cel/timeline_drawing.h"
-
-#include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cstdio>
@@ -57,46 +56,49 @@ TimeRange stretchOf(const ShowOptions& options, const Cut& cut,
     return stretch;
 }
 
-nlohmann::ordered_json sectionAsJson(const Cut& cut, const ListedSection& section)
+Json sectionAsJson(const Cut& cut, const ListedSection& section)
 {
-    nlohmann::ordered_json json = {
-        {"number", section.number},
-        {"recordIn", recordTimecode(cut, section.record.from)},
-        {"recordOut", recordTimecode(cut, section.record.to)},
-        {"seconds", {section.record.from, section.record.to}},
-        {"black", section.black},
-    };
-    if (!section.black) {
-        json["sourceIn"] = sourceTimecode(cut, section.source.from);
-        json["sourceOut"] = sourceTimecode(cut, section.source.to);
-        json["sourceSeconds"] = {section.source.from, section.source.to};
-        json["speed"] = section.speed;
-        json["level"] = {section.levelIn, section.levelOut};
-        json["reel"] = section.material ? section.material->reel : "";
-        json["clip"] = section.material ? section.material->name : "";
-        json["file"] = section.material ? section.material->file : "";
-    }
+    Json json = Json::object();
+    json.set("number", section.number)
+        .set("recordIn", recordTimecode(cut, section.record.from))
+        .set("recordOut", recordTimecode(cut, section.record.to))
+        .set("seconds", section.record.from, section.record.to)
+        .set("black", section.black);
+    if (section.black)
+        return json;
+    const Material material = section.material ? *section.material : Material();
+    json.set("sourceIn", sourceTimecode(cut, section.source.from))
+        .set("sourceOut", sourceTimecode(cut, section.source.to))
+        .set("sourceSeconds", section.source.from, section.source.to)
+        .set("speed", section.speed)
+        .set("level", section.levelIn, section.levelOut)
+        .set("reel", material.reel)
+        .set("clip", material.name)
+        .set("file", material.file);
     return json;
 }
 
-nlohmann::ordered_json cutAsJson(const Cut& cut, const std::vector<std::size_t>& tracks,
-                                 const TimeRange& stretch)
+Json cutAsJson(const Cut& cut, const std::vector<std::size_t>& tracks, const TimeRange& stretch)
 {
-    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    Json list = Json::array();
     for (const std::size_t track : tracks) {
-        nlohmann::ordered_json sections = nlohmann::ordered_json::array();
+        Json sections = Json::array();
         for (const ListedSection& section : sectionsOf(*cut.tracks[track], cut.materials))
             if (shows(section, stretch))
-                sections.push_back(sectionAsJson(cut, section));
-        list.push_back({{"name", nameOfTrack(cut, track)},
-                        {"kind", describeKind(kindOf(*cut.tracks[track]))},
-                        {"sections", std::move(sections)}});
+                sections.push(sectionAsJson(cut, section));
+        Json json = Json::object();
+        json.set("name", nameOfTrack(cut, track))
+            .set("kind", describeKind(kindOf(*cut.tracks[track])))
+            .set("sections", std::move(sections));
+        list.push(std::move(json));
     }
-    return {{"title", cut.title},
-            {"rate", describe(cut.rate)},
-            {"start", recordTimecode(cut, 0)},
-            {"seconds", cut.duration()},
-            {"tracks", std::move(list)}};
+    Json json = Json::object();
+    json.set("title", cut.title)
+        .set("rate", describe(cut.rate))
+        .set("start", recordTimecode(cut, 0))
+        .set("seconds", cut.duration())
+        .set("tracks", std::move(list));
+    return json;
 }
 
 std::string describeTrack(const Cut& cut, std::size_t track)
@@ -146,7 +148,7 @@ int runShow(const ShowOptions& options)
 
     std::string text;
     if (options.json) {
-        text = jsonText(cutAsJson(cut, tracks, stretch));
+        text = cutAsJson(cut, tracks, stretch).text();
     } else {
         const std::string title = cut.title.empty() ? options.file : cut.title;
         text = printable(title) + ", " + describeRate(cut.rate) + ", " +
@@ -166,19 +168,17 @@ int runShow(const ShowOptions& options)
 void addShowCommand(CLI::App& program, int& exitCode)
 {
     auto options = std::make_shared<ShowOptions>();
-    CLI::App* command = program.add_subcommand("show", "Draws a cut as a timeline, or lists it");
-    command->add_option("FILE.cel", options->file, "The cut; an edit list will do too")->required();
-    command->add_option("TRACK", options->tracks, "Names of tracks; all without");
-    command->add_flag("--table", options->table, "List the sections instead of drawing them");
-    command
-        ->add_option("--width", options->width,
-                     "Columns of the drawing; the terminal's, or 100, without")
-        ->check(CLI::Range(40, 10000));
-    command->add_option("--from", options->from, "Show from here on: seconds or timecode");
-    command->add_option("--to", options->to, "Show up to here");
-    command->add_flag("--json", options->json, "Print the sections as JSON");
-    command->footer("Example:\n  cel show cut.cel V1 --from 01:00:10:00 --to 01:00:30:00");
-    command->callback([options, &exitCode] { exitCode = runShow(*options); });
+    Command command(program, "show", "Draws a cut as a timeline, or lists it");
+    command.argument("FILE.cel", options->file, "The cut; an edit list will do too");
+    command.arguments("TRACK", options->tracks, "Names of tracks; all without", false);
+    command.flag("--table", options->table, "List the sections instead of drawing them");
+    command.option("--width", options->width,
+                   "Columns of the drawing; the terminal's, or 100, without", 40, 10000);
+    command.option("--from", options->from, "Show from here on: seconds or timecode");
+    command.option("--to", options->to, "Show up to here");
+    command.flag("--json", options->json, "Print the sections as JSON");
+    command.footer("Example:\n  cel show cut.cel V1 --from 01:00:10:00 --to 01:00:30:00");
+    command.runs([options] { return runShow(*options); }, exitCode);
 }
 
 } // namespace cel::tool

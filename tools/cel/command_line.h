@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace CLI {
+class App;
+}
+
+namespace cel::tool {
+
+/// A command of the program while it is described. What is bound here is filled before the command
+/// runs and must live until then.
+class Command
+{
+public:
+    Command(CLI::App& program, const char* name, const char* help);
+
+    /// A place that must be filled.
+    void argument(const char* name, std::string& value, const char* help);
+
+    /// The places that are left, at least one when `required`.
+    void arguments(const char* name, std::vector<std::string>& values, const char* help,
+                   bool required);
+
+    void flag(const char* name, bool& value, const char* help);
+
+    /// An option with a text; one of `choices` unless there are none.
+    void option(const char* name, std::string& value, const char* help,
+                const std::vector<std::string>& choices = {});
+
+    /// An option with a number between the two, both included.
+    void option(const char* name, std::size_t& value, const char* help, std::size_t lowest,
+                std::size_t highest);
+
+    /// What its help ends with.
+    void footer(const std::string& text);
+
+    /// What it does; `exitCode` becomes what that answers.
+    void runs(std::function<int()> action, int& exitCode);
+
+private:
+    CLI::App& command_;
+};
+
+} // namespace cel::tool
