@@ -329,7 +329,7 @@ public:
     Kt::Ptr<Cel> extract(double start, double end, unsigned flags) const;
 
     /// The same, clamped to the track, with so many sections more before and after it. The last
-    /// section after it comes as a stub of no length.
+    /// section after it comes with no length.
     Kt::Ptr<Cel> extract2(double start, double end, unsigned before, unsigned after) const;
 
     /// Every event, checked as `addEvent` checks. Channel information is not copied.

@@ -196,7 +196,7 @@ void Cel::Extraction::widenEnd()
         if (!last_.valid())
             last_ = track_.get_start_ceh();
     }
-    // Kept: up to its in point, so that the section after the stretch comes as a stub.
+    // Kept: up to its in point, so that the section after the stretch comes with no length.
     end_ = std::max(last_.get_edit_time(), end_);
 }
 
