@@ -66,12 +66,15 @@ void requireStableForm(const Cel& track)
     constexpr int kSmallestBlock = 3;
     const Bytes first = encode(track);
     const Bytes second = encode(*decode(first, kRevision));
-    const Bytes third = encode(*decode(second, kRevision));
-    require(second == third, "what was stored and read is stored the same again");
+    const bool inBlocks = track.numEvents() >= kSmallestBlock;
+    // Single events are admitted anew when they are read, and are laid on their line twice over
+    // before the sign of a zero has settled.
+    const Bytes settled = inBlocks ? second : encode(*decode(second, kRevision));
+    require(settled == encode(*decode(settled, kRevision)),
+            "what was stored and read is stored the same again");
 
-    // Single events are admitted anew when they are read, and pairs share what they can.
-    const bool inFull =
-        track.numEvents() >= kSmallestBlock && track.getChannelEventPackRevision() == kFlatRecords;
+    // Pairs share what they can.
+    const bool inFull = inBlocks && track.getChannelEventPackRevision() == kFlatRecords;
     if (inFull && cel::audit(track).empty())
         require(first == second, "a well-formed track is read as it was stored");
 }
