@@ -20,25 +20,24 @@ namespace {
 /// ones make that ten times cheaper.
 constexpr std::size_t kLargestKept = std::size_t(16) << 20;
 
-void* withLargePages([[maybe_unused]] void* block, [[maybe_unused]] std::size_t size)
+void wishForLargePages([[maybe_unused]] void* block, [[maybe_unused]] std::size_t size)
 {
 #if defined(__linux__)
     constexpr std::uintptr_t kLargePage = std::uintptr_t(2) << 20;
-    if (size <= kLargestKept || !block)
-        return block;
-    const auto begin =
-        (reinterpret_cast<std::uintptr_t>(block) + kLargePage - 1) & ~(kLargePage - 1);
-    const auto end = (reinterpret_cast<std::uintptr_t>(block) + size) & ~(kLargePage - 1);
-    // A wish: where the system does not grant it, everything works as before.
+    const auto address = reinterpret_cast<std::uintptr_t>(block);
+    const auto begin = (address + kLargePage - 1) & ~(kLargePage - 1);
+    const auto end = (address + size) & ~(kLargePage - 1);
+    // Where the system does not grant it, everything works as before.
     madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
 #endif
-    return block;
 }
 
 void* allocate(std::size_t size)
 {
     void* const block = mi_new(size);
-    return size <= kLargestKept ? block : withLargePages(block, size);
+    if (size > kLargestKept)
+        wishForLargePages(block, size);
+    return block;
 }
 
 // mimalloc 2.0.9 takes blocks of 256, 512 and 1024 bytes to be aligned to their size, but they are
