@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 #include <vector>
 
 namespace cel {
@@ -13,6 +14,7 @@ namespace cel {
 namespace {
 
 constexpr double kTolerance = 1e-6;
+constexpr double kShortest = 2.0 * kTolerance; ///< shorter stretches are not compared
 constexpr double kForEver = 2.0 * kEndlessTime;
 
 /// What one stretch of a track plays. A hole is a stretch of black.
@@ -85,76 +87,119 @@ std::string nameOf(const Stretch& stretch)
     return stretch.silent() ? "black" : stretch.in->strip_name().asString(true).c_str();
 }
 
-Difference differ(double time, const char* field, const std::string& a, const std::string& b)
+/// Two stretches that play at the same time, and what they are compared for.
+class Comparison
 {
-    return {time, field, a + " against " + b};
-}
+public:
+    Comparison(const Stretch& a, const Stretch& b, double from, double to)
+        : a_(a)
+        , b_(b)
+        , from_(from)
+        , to_(to)
+    {
+    }
 
-/// The first time in the stretch at which two straight lines are further apart than the tolerance,
-/// given their distances at both ends.
-std::optional<double> whereApart(double from, double to, double apartFrom, double apartTo)
-{
-    if (!(std::fabs(apartFrom) <= kTolerance))
-        return from;
-    if (std::fabs(apartTo) <= kTolerance)
-        return {};
-    const double limit = std::copysign(kTolerance, apartTo);
-    return from + (to - from) * (limit - apartFrom) / (apartTo - apartFrom);
-}
-
-std::optional<Difference> compareStretch(const Stretch& a, const Stretch& b, double from, double to)
-{
-    if (a.silent() && b.silent())
-        return {};
-    if (a.silent() != b.silent() || a.in->strip_name() != b.in->strip_name())
-        return differ(from, "material", nameOf(a), nameOf(b));
-    if (a.in->isActive() != b.in->isActive())
-        return differ(from, "active", a.in->isActive() ? "active" : "inactive",
-                      b.in->isActive() ? "active" : "inactive");
-    if (a.in->varispeed_display_modifier() != b.in->varispeed_display_modifier())
-        return differ(from, "display", std::to_string(a.in->varispeed_display_modifier()),
-                      std::to_string(b.in->varispeed_display_modifier()));
-    const double speedA = detail::effectiveSpeed(*a.in);
-    const double speedB = detail::effectiveSpeed(*b.in);
-    if (std::fabs(speedA - speedB) > kTolerance)
-        return differ(from, "speed", text(speedA), text(speedB));
-    if (const auto t =
-            whereApart(from, to, a.stripAt(from) - b.stripAt(from), a.stripAt(to) - b.stripAt(to)))
-        return differ(*t, "strip", text(a.stripAt(*t)), text(b.stripAt(*t)));
-    if (const auto t =
-            whereApart(from, to, a.levelAt(from) - b.levelAt(from), a.levelAt(to) - b.levelAt(to)))
-        return differ(*t, "level", text(a.levelAt(*t)), text(b.levelAt(*t)));
-    return {};
-}
-
-std::optional<Difference> compareRamps(double time, const ChannelEvent& a, const ChannelEvent& b)
-{
-    const auto describe = [](const ChannelEvent& event) {
-        return std::to_string(event.audioRamp_DurationQFrames()) + " quarter frames, curve " +
-               std::to_string(static_cast<int>(event.audioRamp_CurveType()));
-    };
-    const bool none = a.audioRamp_DurationQFrames() == 0 && b.audioRamp_DurationQFrames() == 0;
-    if (none || a.audioRampWord() == b.audioRampWord())
-        return {};
-    return differ(time, "ramp", describe(a), describe(b));
-}
-
-/// Ramps where both tracks have a cut at the beginning or the end of what plays together.
-std::optional<Difference> compareCuts(const Stretch& a, const Stretch& b, double from, double to)
-{
-    if (a.silent() || b.silent())
-        return {};
-    if (a.beginsAt(from) && b.beginsAt(from))
-        if (auto difference = compareRamps(from, *a.in, *b.in))
+    std::optional<DifferingStretch> run() const
+    {
+        if (a_.silent() && b_.silent())
+            return {};
+        if (auto difference = compareWhatPlays())
             return difference;
-    if (a.endsAt(to) && b.endsAt(to))
-        return compareRamps(to, *a.out, *b.out);
-    return {};
-}
+        return compareCuts();
+    }
 
-} // namespace
+private:
+    using Answer = std::optional<DifferingStretch>;
 
-std::optional<Difference> explainDifference(const Cel& a, const Cel& b)
+    Answer compareWhatPlays() const
+    {
+        if (a_.silent() != b_.silent() || a_.in->strip_name() != b_.in->strip_name())
+            return throughout("material", nameOf(a_), nameOf(b_));
+        if (a_.in->isActive() != b_.in->isActive())
+            return throughout("active", a_.in->isActive() ? "active" : "inactive",
+                              b_.in->isActive() ? "active" : "inactive");
+        const int displayA = a_.in->varispeed_display_modifier();
+        const int displayB = b_.in->varispeed_display_modifier();
+        if (displayA != displayB)
+            return throughout("display", std::to_string(displayA), std::to_string(displayB));
+        const double speedA = detail::effectiveSpeed(*a_.in);
+        const double speedB = detail::effectiveSpeed(*b_.in);
+        if (std::fabs(speedA - speedB) > kTolerance)
+            return throughout("speed", text(speedA), text(speedB));
+        if (auto difference = compareLines("strip", &Stretch::stripAt))
+            return difference;
+        return compareLines("level", &Stretch::levelAt);
+    }
+
+    /// Compares two straight lines: they are apart from one end on, from the other, or throughout.
+    Answer compareLines(const char* field, double (Stretch::*valueAt)(double) const) const
+    {
+        const double apartFrom = (a_.*valueAt)(from_) - (b_.*valueAt)(from_);
+        const double apartTo = (a_.*valueAt)(to_) - (b_.*valueAt)(to_);
+        const bool meetsFrom = std::fabs(apartFrom) <= kTolerance;
+        const bool meetsTo = std::fabs(apartTo) <= kTolerance;
+        if (meetsFrom && meetsTo)
+            return {};
+        double from = from_;
+        double to = to_;
+        if (meetsFrom != meetsTo) {
+            const double limit = std::copysign(kTolerance, meetsFrom ? apartTo : apartFrom);
+            const double border =
+                from_ + (to_ - from_) * (limit - apartFrom) / (apartTo - apartFrom);
+            (meetsFrom ? from : to) = border;
+        }
+        return differ(from, to, field, text((a_.*valueAt)(from)), text((b_.*valueAt)(from)));
+    }
+
+    /// Ramps where both tracks have a cut at the beginning or the end of what plays together.
+    Answer compareCuts() const
+    {
+        if (a_.beginsAt(from_) && b_.beginsAt(from_))
+            if (auto difference = compareRamps(from_, *a_.in, *b_.in))
+                return difference;
+        if (a_.endsAt(to_) && b_.endsAt(to_))
+            return compareRamps(to_, *a_.out, *b_.out);
+        return {};
+    }
+
+    Answer compareRamps(double time, const ChannelEvent& a, const ChannelEvent& b) const
+    {
+        const auto describe = [](const ChannelEvent& event) {
+            return std::to_string(event.audioRamp_DurationQFrames()) + " quarter frames, curve " +
+                   std::to_string(static_cast<int>(event.audioRamp_CurveType()));
+        };
+        const bool none = a.audioRamp_DurationQFrames() == 0 && b.audioRamp_DurationQFrames() == 0;
+        if (none || a.audioRampWord() == b.audioRampWord())
+            return {};
+        return differ(time, time, "ramp", describe(a), describe(b));
+    }
+
+    Answer throughout(const char* field, const std::string& a, const std::string& b) const
+    {
+        return differ(from_, to_, field, a, b);
+    }
+
+    Answer differ(double from, double to, const char* field, const std::string& a,
+                  const std::string& b) const
+    {
+        return DifferingStretch{from,          to, field, a + " against " + b, materialOf(a_),
+                                materialOf(b_)};
+    }
+
+    static Cookie materialOf(const Stretch& stretch)
+    {
+        return stretch.in ? stretch.in->strip_name() : Cookie();
+    }
+
+    const Stretch& a_;
+    const Stretch& b_;
+    double from_;
+    double to_;
+};
+
+/// Hands each differing stretch to `take` until that answers false.
+template <class Take>
+void walkDifferences(const Cel& a, const Cel& b, const Take& take)
 {
     const Playing first(a);
     const Playing second(b);
@@ -163,22 +208,44 @@ std::optional<Difference> explainDifference(const Cel& a, const Cel& b)
         const Stretch& one = first[i];
         const Stretch& other = second[j];
         const double to = std::min(one.end, other.end);
-        if (to - from > 2.0 * kTolerance) {
-            if (auto difference = compareStretch(one, other, from, to))
-                return difference;
-            if (auto difference = compareCuts(one, other, from, to))
-                return difference;
-        }
+        if (to - from > kShortest)
+            if (auto difference = Comparison(one, other, from, to).run())
+                if (!take(std::move(*difference)))
+                    return;
         from = to;
         i += one.end <= to ? 1 : 0;
         j += other.end <= to ? 1 : 0;
     }
-    return {};
+}
+
+} // namespace
+
+std::optional<Difference> explainDifference(const Cel& a, const Cel& b)
+{
+    std::optional<Difference> found;
+    walkDifferences(a, b, [&found](DifferingStretch&& first) {
+        found = Difference{first.from, first.field, std::move(first.text)};
+        return false;
+    });
+    return found;
 }
 
 bool playsSame(const Cel& a, const Cel& b)
 {
     return !explainDifference(a, b);
+}
+
+std::vector<DifferingStretch> listDifferences(const Cel& a, const Cel& b)
+{
+    std::vector<DifferingStretch> all;
+    walkDifferences(a, b, [&all](DifferingStretch&& next) {
+        if (!all.empty() && next.from - all.back().to <= kShortest)
+            all.back().to = std::max(all.back().to, next.to);
+        else
+            all.push_back(std::move(next));
+        return true;
+    });
+    return all;
 }
 
 } // namespace cel

@@ -1,9 +1,11 @@
 #pragma once
 
 #include "platform/export.h"
+#include "platform/support/Cookie.h"
 
 #include <optional>
 #include <string>
+#include <vector>
 
 class Cel;
 
@@ -30,5 +32,21 @@ CEL_API std::optional<Difference> explainDifference(const Cel& a, const Cel& b);
 
 /// Whether `explainDifference` finds none.
 CEL_API bool playsSame(const Cel& a, const Cel& b);
+
+/// A stretch in which two tracks do not play the same, from its first moment to where they agree
+/// again. What is said of it holds at its first moment; further on other things may differ.
+struct DifferingStretch
+{
+    double from; ///< edit times in seconds; both are the cut's for ramps
+    double to;
+    const char* field; ///< as in `Difference`
+    std::string text;
+    Cookie first; ///< material that each of the two plays; the invalid Cookie where it has nothing
+    Cookie second;
+};
+
+/// All of them in the order of time, none touching the next. Judged as by `explainDifference`,
+/// whose answer is the first. One pass over both tracks.
+CEL_API std::vector<DifferingStretch> listDifferences(const Cel& a, const Cel& b);
 
 } // namespace cel

@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <sstream>
+
 namespace cel::test {
 namespace {
 
@@ -46,6 +49,43 @@ TEST(PlaysSame, LooksAtWhatPlaysAndNotAtHowItIsCut)
         EXPECT_STREQ(difference->field, c.field);
         EXPECT_STREQ(turned->field, c.field);
         EXPECT_NEAR(difference->time, c.time, 2e-6);
+    }
+}
+
+TEST(PlaysSame, ListsEveryStretchThatDiffersFromItsFirstMomentToItsLast)
+{
+    // clang-format off
+    struct Case { std::string_view name, a, b, expected; };
+    static const Case cases[] = {
+        {"the same",                      "A0-4 B4-6",         "A0-1 A1-4@1 B4-6",    ""},
+        {"two, and what lies between",    "A0-2 B2-4 C4-6",    "X0-2 B2-4 Y4-6",      "0-2 material, 4-6 material"},
+        {"neighbours are one",            "A0-2 B2-4 C4-6",    "A0-2 X2-4 Y4-5 C5-6@1", "2-5 material"},
+        {"what follows is moved",         "A0-4 B4-6",         "A0-2 B2-4",           "2-6 material"},
+        {"one plays on longer",           "A0-4",              "A0-4 A4-5@4",         "4-5 material"},
+        {"different things in turn",      "A0-2 B2-4 C4-6",    "A0-2*2 B2-4 C4-6:0.5", "0-2 speed, 4-6 level"},
+        {"a level that meets half way",   "A0-4:1>0",          "A0-2:1>0.5 A2-4@2:0.5", "2-4 level"},
+        {"a level that comes back",       "A0-4:0>1",          "A0-4:1",              "0-4 level"},
+        {"a fade at a cut",               "A0-2 B2-4~8>0",     "A0-2 B2-4~12>0",      "2-2 ramp"},
+        {"two empty tracks",              "",                  "",                    ""},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const auto first = track(c.a);
+        const auto second = track(c.b);
+        std::ostringstream found;
+        for (const DifferingStretch& stretch : listDifferences(*first, *second))
+            found << (found.tellp() > 0 ? ", " : "") << std::round(stretch.from * 1000) / 1000
+                  << '-' << std::round(stretch.to * 1000) / 1000 << ' ' << stretch.field;
+        EXPECT_EQ(found.str(), c.expected);
+
+        const auto all = listDifferences(*first, *second);
+        const auto earliest = explainDifference(*first, *second);
+        ASSERT_EQ(earliest.has_value(), !all.empty());
+        if (earliest) {
+            EXPECT_EQ(earliest->time, all.front().from);
+            EXPECT_EQ(earliest->text, all.front().text);
+        }
     }
 }
 
