@@ -6,6 +6,7 @@
 #include "tools/cel/json.h"
 #include "tools/cel/listed_sections.h"
 #include "tools/cel/losses.h"
+#include "tools/cel/mending.h"
 #include "tools/cel/terminal.h"
 #include "tools/cel/text.h"
 
@@ -22,6 +23,8 @@ struct CheckOptions
 {
     std::string file;
     std::string least = "note";
+    std::string output;
+    bool fix = false;
     bool json = false;
 };
 
@@ -91,34 +94,125 @@ Severity severityOf(const std::string& name)
     return Severity::note;
 }
 
+std::string reportAsText(const CheckOptions& options, const Cut& cut,
+                         const std::vector<CutFinding>& findings)
+{
+    if (findings.empty())
+        return printable(options.file) + ": all is well, " +
+               counted(static_cast<long long>(cut.tracks.size()), "track") + " checked.\n";
+    return printable(options.file) + ": " +
+           counted(static_cast<long long>(findings.size()), "finding") + "\n" +
+           describeFindings(cut, findings, terminalOfOutput().colour);
+}
+
+Json reportAsJson(const CheckOptions& options, const Cut& cut,
+                  const std::vector<CutFinding>& findings)
+{
+    Json list = Json::array();
+    for (const CutFinding& finding : findings)
+        list.push(findingAsJson(cut, finding));
+    Json json = Json::object();
+    json.set("file", options.file).set("findings", std::move(list));
+    return json;
+}
+
+std::vector<CutFinding> findingsOf(const CheckOptions& options, const Cut& cut,
+                                   const std::vector<LoadFinding>& damage)
+{
+    const Progress progress("checking " + options.file);
+    std::vector<CutFinding> findings = checkCut(cut, damage);
+    const Severity least = severityOf(options.least);
+    std::erase_if(findings, [least](const CutFinding& f) { return f.severity < least; });
+    return findings;
+}
+
+// ---- mending ----------------------------------------------------------------------------------
+
+std::string describeSteps(const std::vector<MendingStep>& steps)
+{
+    std::string text;
+    std::size_t track = 0;
+    for (const MendingStep& step : steps) {
+        if (step.trackNumber != track)
+            text += "track " + step.track + "\n";
+        track = step.trackNumber;
+        text += "  mended   " + padded(step.mended, 16) + "  " + step.done + "\n";
+    }
+    return text;
+}
+
+Json stepsAsJson(const std::vector<MendingStep>& steps)
+{
+    Json list = Json::array();
+    for (const MendingStep& step : steps) {
+        Json json = Json::object();
+        json.set("track", step.track).set("done", step.done).set("mended", step.mended);
+        list.push(std::move(json));
+    }
+    return list;
+}
+
+/// Saves what was mended; a file that is damaged itself stays as it is.
+void saveMended(const CheckOptions& options, const OpenedCut& opened, const MendedCut& mended)
+{
+    if (options.output.empty() && opened.kind != FileKind::stream)
+        throw Failure(kUsage, options.file + " is " + describe(opened.kind) +
+                                  "; name a result with -o NEW.cel");
+    if (options.output.empty() && !opened.findings.empty())
+        throw Failure(kUnwritable, options.file + ": the file itself is damaged and stays as it "
+                                                  "is; -o NEW.cel saves what can be read of it");
+    WrittenCut written = writeAs(FileKind::stream, mended.cut);
+    saveWritten(written, options.output.empty() ? options.file : options.output, SaveGuard::refuse);
+}
+
+int runFix(const CheckOptions& options, const OpenedCut& opened)
+{
+    const MendedCut mended = mend(opened.cut);
+    // What is missing in the file is not mended by writing the rest anew.
+    const std::vector<CutFinding> remaining = findingsOf(options, mended.cut, opened.findings);
+    const bool saves = !mended.steps.empty() || !options.output.empty();
+    if (saves)
+        saveMended(options, opened, mended);
+    const std::string output = options.output.empty() ? options.file : options.output;
+
+    std::string text;
+    if (options.json) {
+        Json json = reportAsJson(options, mended.cut, remaining);
+        if (saves)
+            json.set("output", output);
+        else
+            json.setNull("output");
+        text = json.set("mended", stepsAsJson(mended.steps)).text();
+    } else {
+        text = describeSteps(mended.steps);
+        if (mended.steps.empty() && !remaining.empty())
+            text = "Nothing can be mended without changing what plays.\n";
+        else if (!mended.steps.empty())
+            text += "It plays as before. " + std::string(remaining.empty() ? "" : "What remains:") +
+                    "\n";
+        text += reportAsText(options, mended.cut, remaining);
+        if (saves)
+            text += "Saved " + printable(output) + ".\n";
+    }
+    std::fputs(text.c_str(), stdout);
+    return remaining.empty() ? kFine : kFindings;
+}
+
 int runCheck(const CheckOptions& options)
 {
+    if (!options.fix && !options.output.empty())
+        throw Failure(kUsage, "-o is for --fix");
+    if (!options.output.empty() && kindOfName(options.output) != FileKind::stream)
+        throw Failure(kUsage, options.output + ": the result is a track stream; let its name end "
+                                               "in .cel");
     // What is judged is what the file holds, not what reading it would repair.
     setOrderRepair(false);
     const OpenedCut opened = openCut(options.file);
-    std::vector<CutFinding> findings;
-    {
-        const Progress progress("checking " + options.file);
-        findings = checkCut(opened.cut, opened.findings);
-    }
-    const Severity least = severityOf(options.least);
-    std::erase_if(findings, [least](const CutFinding& f) { return f.severity < least; });
-
-    const auto count = static_cast<long long>(findings.size());
-    std::string text;
-    if (options.json) {
-        Json list = Json::array();
-        for (const CutFinding& finding : findings)
-            list.push(findingAsJson(opened.cut, finding));
-        Json json = Json::object();
-        text = json.set("file", options.file).set("findings", std::move(list)).text();
-    } else if (findings.empty()) {
-        text = printable(options.file) + ": all is well, " +
-               counted(static_cast<long long>(opened.cut.tracks.size()), "track") + " checked.\n";
-    } else {
-        text = printable(options.file) + ": " + counted(count, "finding") + "\n" +
-               describeFindings(opened.cut, findings, terminalOfOutput().colour);
-    }
+    if (options.fix)
+        return runFix(options, opened);
+    const std::vector<CutFinding> findings = findingsOf(options, opened.cut, opened.findings);
+    const std::string text = options.json ? reportAsJson(options, opened.cut, findings).text()
+                                          : reportAsText(options, opened.cut, findings);
     std::fputs(text.c_str(), stdout);
     return findings.empty() ? kFine : kFindings;
 }
@@ -145,8 +239,14 @@ void addCheckCommand(CLI::App& program, int& exitCode)
     command.argument("FILE.cel", options->file, "The cut; an edit list will do too");
     command.option("--least", options->least, "What to report: note (all), warning or fault",
                    {"note", "warning", "fault"});
+    command.flag("--fix", options->fix,
+                 "Mend what can be mended without changing what plays, and say what remains");
+    command.option("-o,--output", options->output,
+                   "With --fix: save as this .cel file; without it in place");
     command.flag("--json", options->json, "Print the findings as JSON");
-    command.footer(listOfInvariants() + "\nExample:\n  cel check cut.cel --json");
+    command.footer(
+        listOfInvariants() +
+        "\nExamples:\n  cel check cut.cel --json\n  cel check cut.cel --fix -o mended.cel");
     command.runs([options] { return runCheck(*options); }, exitCode);
 }
 

@@ -18,8 +18,17 @@ class Command
 public:
     Command(CLI::App& program, const char* name, const char* help);
 
-    /// A place that must be filled.
-    void argument(const char* name, std::string& value, const char* help);
+    /// One of the commands below a command, which needs one of them; `family` is the heading under
+    /// which its help lists it, `usage` what the help of this one begins with.
+    Command(Command& above, const char* name, const std::string& help, const char* family,
+            const std::string& usage);
+
+    /// What the command's help begins with, for one whose places are not all its own.
+    void usage(const std::string& text);
+
+    /// A place, which must be filled when `required`.
+    void argument(const char* name, std::string& value, const std::string& help,
+                  bool required = true);
 
     /// The places that are left, at least one when `required`.
     void arguments(const char* name, std::vector<std::string>& values, const char* help,
@@ -30,6 +39,10 @@ public:
     /// An option with a text; one of `choices` unless there are none.
     void option(const char* name, std::string& value, const char* help,
                 const std::vector<std::string>& choices = {});
+
+    /// An option with several texts, separated by blanks.
+    void option(const char* name, std::vector<std::string>& values, const char* help,
+                const char* shownAs, int fewest, int most);
 
     /// An option with a number between the two, both included.
     void option(const char* name, std::size_t& value, const char* help, std::size_t lowest,

@@ -40,6 +40,8 @@ private:
 void addImportCommand(CLI::App& program, int& exitCode);
 void addShowCommand(CLI::App& program, int& exitCode);
 void addCheckCommand(CLI::App& program, int& exitCode);
+void addEditCommand(CLI::App& program, int& exitCode);
+void addDiffCommand(CLI::App& program, int& exitCode);
 void addExportCommand(CLI::App& program, int& exitCode);
 void addReplayCommand(CLI::App& program, int& exitCode);
 

@@ -171,6 +171,15 @@ OpenedCut openCut(const std::string& path, const std::optional<FrameRate>& rate)
     return kind == FileKind::textList ? openTextList(path) : openStream(path, content);
 }
 
+OpenedCut openBeside(const OpenedCut& other, const std::string& path)
+{
+    OpenedCut opened = openCut(path);
+    const bool isGuess = opened.kind == FileKind::editList;
+    if (isGuess && !(opened.cut.rate == other.cut.rate))
+        opened = openCut(path, other.cut.rate);
+    return opened;
+}
+
 WrittenCut writeAs(FileKind kind, const Cut& cut, std::optional<Kt::Ed2Support::TVStd> standard)
 {
     WrittenCut written;

@@ -39,6 +39,10 @@ struct OpenedCut
 /// one of its own does not need.
 OpenedCut openCut(const std::string& path, const std::optional<FrameRate>& rate = std::nullopt);
 
+/// The same beside a cut that is open: an edit list, which has no frame rate of its own, is read at
+/// the rate of that cut.
+OpenedCut openBeside(const OpenedCut& other, const std::string& path);
+
 /// A cut made ready to be written as a file of some kind.
 struct WrittenCut
 {

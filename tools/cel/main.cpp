@@ -16,7 +16,7 @@ namespace cel::tool {
 namespace {
 
 constexpr const char* kIntroduction =
-    "cel %s reads, shows, checks and writes the tracks of a cut.\n"
+    "cel %s reads, shows, edits, checks and writes the tracks of a cut.\n"
     "\n"
     "Three commands to try:\n"
     "  cel import cut.edl cut.cel    bring an edit list in\n"
@@ -37,7 +37,7 @@ int complain(ExitCode code, const char* text)
 
 int run(int argc, char** argv)
 {
-    CLI::App program("Reads, shows, checks and writes the tracks of a cut.", "cel");
+    CLI::App program("Reads, shows, edits, checks and writes the tracks of a cut.", "cel");
     int exitCode = kFine;
     program.set_version_flag("--version", std::string("cel ") + celDllVersionStr());
     program.footer(kExitCodes);
@@ -45,6 +45,8 @@ int run(int argc, char** argv)
     addImportCommand(program, exitCode);
     addShowCommand(program, exitCode);
     addCheckCommand(program, exitCode);
+    addEditCommand(program, exitCode);
+    addDiffCommand(program, exitCode);
     addExportCommand(program, exitCode);
     addReplayCommand(program, exitCode);
 

@@ -4,6 +4,7 @@
 #include "tools/cel/json.h"
 #include "tools/cel/listed_sections.h"
 #include "tools/cel/losses.h"
+#include "tools/cel/positions.h"
 #include "tools/cel/section_table.h"
 #include "tools/cel/terminal.h"
 #include "tools/cel/text.h"
@@ -27,14 +28,6 @@ struct ShowOptions
     bool table = false;
     bool json = false;
 };
-
-double positionOf(const std::string& option, const std::string& text, const Cut& cut)
-{
-    if (auto seconds = parsePosition(text, cut.rate, cut.startFrame))
-        return *seconds;
-    throw Failure(kUsage, option + " " + printable(text) +
-                              " is neither seconds (12.48) nor a timecode (01:00:12:12)");
-}
 
 /// What the options ask for, else everything that the tracks hold.
 TimeRange stretchOf(const ShowOptions& options, const Cut& cut,

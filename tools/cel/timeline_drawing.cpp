@@ -93,6 +93,10 @@ public:
     }
 
     bool holds(double seconds) const { return seconds >= stretch_.from && seconds <= stretch_.to; }
+    bool overlaps(const TimeRange& range) const
+    {
+        return range.to >= stretch_.from && range.from <= stretch_.to;
+    }
 
 private:
     TimeRange stretch_;
@@ -142,11 +146,30 @@ std::string drawRuler(const Cut& cut, const TimeRange& stretch, const Scale& sca
     return labels.text(colour) + "\n" + marks.text(colour) + "\n";
 }
 
+/// Points from above at places and stretches; empty when none of them lies in the picture.
+std::string drawMarks(const std::vector<TimeRange>& marks, const Scale& scale, bool colour)
+{
+    Line line(scale.width());
+    bool any = false;
+    for (const TimeRange& mark : marks) {
+        if (!scale.overlaps(mark))
+            continue;
+        any = true;
+        const std::size_t from = scale.column(mark.from);
+        const std::size_t to = scale.column(mark.to);
+        for (std::size_t i = from + 1; i < to; ++i)
+            line.write(i, "━", Style::warning);
+        line.write(from, "▼", Style::warning);
+        line.write(to, "▼", Style::warning);
+    }
+    return any ? line.text(colour) + "\n" : "";
+}
+
 /// What the marks of a drawing mean, for those that occur in it.
 struct Legend
 {
     bool faster = false, slower = false, reversed = false, frozen = false;
-    bool manyCuts = false, black = false;
+    bool manyCuts = false, black = false, marked = false;
 
     /// The mark of a section's speed, remembered for the legend; empty for normal speed.
     std::string markOf(double speed)
@@ -165,6 +188,7 @@ struct Legend
             if (occurs)
                 all += (all.empty() ? "" : "   ") + std::string(what);
         };
+        explain(marked, "▼ the edit");
         explain(black, "··· black");
         explain(faster, "» faster");
         explain(slower, "› slower");
@@ -268,7 +292,8 @@ Style styleOf(CookieType kind)
 } // namespace
 
 std::string drawTimeline(const Cut& cut, const std::vector<std::size_t>& tracks,
-                         const TimeRange& stretch, const Terminal& terminal)
+                         const TimeRange& stretch, const Terminal& terminal,
+                         const std::vector<TimeRange>& marks)
 {
     std::size_t margin = 0;
     for (const std::size_t track : tracks)
@@ -277,6 +302,9 @@ std::string drawTimeline(const Cut& cut, const std::vector<std::size_t>& tracks,
 
     Legend legend;
     std::string drawing = drawRuler(cut, stretch, scale, terminal.colour);
+    const std::string pointers = drawMarks(marks, scale, terminal.colour);
+    legend.marked = !pointers.empty();
+    drawing += pointers;
     for (const std::size_t track : tracks) {
         const Cel& cel = *cut.tracks[track];
         Row row(scale, terminal.colour);

@@ -17,10 +17,13 @@ namespace cel::tool {
 ///     V1│LAKE     │···│» 200 % BUS│
 ///       └─────────┴───┴───────────┘
 ///
+/// A line under the ruler points at the `marks`, each a place or a stretch of the cut.
+///
 /// A box border is a cut; where several cuts fall into one column a bar grows with their number. A
 /// stretch that no section covers stays empty. Reads `tracks` only; safe on malformed ones.
 std::string drawTimeline(const Cut& cut, const std::vector<std::size_t>& tracks,
-                         const TimeRange& stretch, const Terminal& terminal);
+                         const TimeRange& stretch, const Terminal& terminal,
+                         const std::vector<TimeRange>& marks = {});
 
 /// The tracks of a cut from top to bottom as a timeline shows them: pictures with the last one on
 /// top, the others below in their order.

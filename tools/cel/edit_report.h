@@ -1,0 +1,39 @@
+#pragma once
+
+#include "interchange/Cut.h"
+#include "tools/cel/json.h"
+#include "tools/cel/listed_sections.h"
+#include "tools/cel/terminal.h"
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace cel::tool {
+
+/// What an edit did to one track.
+struct EditedTrack
+{
+    std::size_t index; ///< in the cut
+    std::string done;  ///< "removed ... to ..."
+    TimeRange markBefore;
+    TimeRange markAfter;
+    Kt::Ptr<Cel> before;
+    Kt::Ptr<Cel> after;             ///< the same track edited, or the track that was made from it
+    bool changed = false;           ///< whether the edited track holds other events than before
+    bool taken = false;             ///< whether `after` was taken out and the edited track stays
+    std::size_t newlyOffFrames = 0; ///< events that the edit left between two frames
+};
+
+/// Whether two tracks hold the same events, bit for bit.
+bool sameEvents(const Cel& a, const Cel& b);
+
+/// The neighbourhood of the edit before and after it, one below the other on the same scale.
+std::string drawEdit(const Cut& cut, const std::vector<EditedTrack>& tracks,
+                     const Terminal& terminal);
+
+/// What was done to each track, with its length and its sections before and after.
+std::string describeEdit(const Cut& cut, const std::vector<EditedTrack>& tracks);
+Json editAsJson(const Cut& cut, const std::vector<EditedTrack>& tracks);
+
+} // namespace cel::tool
