@@ -100,7 +100,8 @@ std::vector<Row> allRows()
 {
     using namespace cel::bench;
     std::vector<Row> rows;
-    for (const auto& family : {searchRows(), editingRows(), persistenceRows(), savingRows()})
+    for (const auto& family : {searchRows(), editingRows(), rangeEditRows(), wholeTrackRows(),
+                               persistenceRows(), savingRows()})
         rows.insert(rows.end(), family.begin(), family.end());
     return rows;
 }

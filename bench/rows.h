@@ -7,6 +7,8 @@ namespace cel::bench {
 
 std::vector<Row> searchRows();
 std::vector<Row> editingRows();
+std::vector<Row> rangeEditRows();
+std::vector<Row> wholeTrackRows();
 std::vector<Row> persistenceRows();
 std::vector<Row> savingRows();
 

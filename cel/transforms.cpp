@@ -1,7 +1,6 @@
 #include "cel/Cel.h"
 
 #include "cel/detail/faults.h"
-#include "cel/detail/grid.h"
 #include "cel/detail/sections.h"
 #include "platform/support/Log.h"
 
@@ -10,7 +9,6 @@
 
 using cel::detail::fail;
 using cel::detail::kCelModule;
-using cel::detail::toGrid;
 
 // ---- onto the frames --------------------------------------------------------------------------
 
@@ -44,13 +42,7 @@ void Cel::repairQuantised(const ChannelEvent& refused, const ChannelEvent* befor
 
 void Cel::quantiseInPlace()
 {
-    bool moved = false;
-    for (ChannelEvent& event : events_) {
-        const double onGrid = toGrid(event.edit_time(), resolution_);
-        moved |= onGrid != event.edit_time();
-        event.edit_time(onGrid);
-    }
-    if (moved)
+    if (cel::detail::shiftOntoGrid(events_, 0.0, 0.0, resolution_))
         dirty_ = 1;
 }
 

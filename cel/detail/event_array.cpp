@@ -1,5 +1,7 @@
 #include "cel/detail/event_array.h"
 
+#include "cel/detail/grid.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -149,6 +151,20 @@ void shiftEditTimes(EventSpan events, double seconds)
 {
     for (ChannelEvent& event : events)
         event.edit_time(event.edit_time() + seconds);
+}
+
+bool shiftOntoGrid(EventSpan events, double closed, double opened, double quantum)
+{
+    const double countable = countableOnGrid(quantum);
+    bool moved = false;
+    for (ChannelEvent& event : events) {
+        const double shifted = (event.edit_time() + closed) + opened;
+        const bool counts = shifted >= 0.0 && shifted < countable;
+        const double time = counts ? countToGrid(shifted, quantum) : toGrid(shifted, quantum);
+        moved |= time != event.edit_time();
+        event.edit_time(time);
+    }
+    return moved;
 }
 
 void layOnStripLine(EventSpan section, double speed)

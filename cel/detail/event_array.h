@@ -41,6 +41,10 @@ bool trimMark(const ChannelEvent& event, const ChannelEvent* in);
 /// Adds `seconds` to the edit time of every event.
 void shiftEditTimes(EventSpan events, double seconds);
 
+/// Moves every event by `closed` seconds, then by `opened`, then onto the grid: added one after the
+/// other, as two edits would. @return whether that changed any time.
+bool shiftOntoGrid(EventSpan events, double closed, double opened, double quantum);
+
 /// Lays the events on the line that their first one begins: strip = in.strip + speed x (edit -
 /// in.edit).
 void layOnStripLine(EventSpan section, double speed);

@@ -2,7 +2,9 @@
 
 #include "cel/edit_time.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 namespace cel::detail {
 
@@ -17,9 +19,24 @@ inline double floorOf(double value)
     return magnitude < kIntegersOnly ? rounded : value;
 }
 
+/// Times from 0 to here have a place on the grid that an integer can count: below every sentinel.
+inline double countableOnGrid(double quantum)
+{
+    return std::min(kEndlessTime, 0x1p52 * quantum);
+}
+
+/// The nearest multiple of a quantum to a countable time. Cut off toward zero, which is the floor
+/// from 0 on: without a branch that every second time would take.
+inline double countToGrid(double t, double quantum)
+{
+    return static_cast<double>(static_cast<std::int64_t>(t / quantum + 0.5)) * quantum;
+}
+
 /// The nearest multiple of a quantum that was checked already; sentinel times stay.
 inline double toGrid(double t, double quantum)
 {
+    if (t >= 0.0 && t < countableOnGrid(quantum)) [[likely]]
+        return countToGrid(t, quantum);
     const bool sentinel = t == kInvalidTime || t == kEndlessTime || t == kUnsetTime;
     return sentinel ? t : floorOf(t / quantum + 0.5) * quantum;
 }

@@ -1,7 +1,5 @@
 #include "cel/detail/sections.h"
 
-#include "cel/detail/grid.h"
-
 #include <algorithm>
 #include <cmath>
 
@@ -70,12 +68,6 @@ void replaceEvents(EventVector& events, std::size_t first, std::size_t removed, 
         events.insert(at, with.begin() + static_cast<std::ptrdiff_t>(common), with.end());
     else
         events.erase(at, at + static_cast<std::ptrdiff_t>(removed - common));
-}
-
-void shiftOntoGrid(EventSpan events, double closed, double opened, double quantum)
-{
-    for (ChannelEvent& event : events)
-        event.edit_time(toGrid((event.edit_time() + closed) + opened, quantum));
 }
 
 std::pair<ChannelEvent, ChannelEvent> blackSection(const Cookie& black, double start, double end)

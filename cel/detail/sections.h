@@ -42,10 +42,6 @@ void limitRamp(ChannelEvent& event, double seconds, double resolution);
 void replaceEvents(EventVector& events, std::size_t first, std::size_t removed,
                    ConstEventSpan with);
 
-/// Moves every event by `closed` seconds, then by `opened`, then onto the grid: added one after the
-/// other, as two edits would.
-void shiftOntoGrid(EventSpan events, double closed, double opened, double quantum);
-
 /// A section of black from `start` to `end`, at normal speed from strip time 0: in and out point.
 std::pair<ChannelEvent, ChannelEvent> blackSection(const Cookie& black, double start, double end);
 void appendBlack(EventVector& events, const Cookie& black, double start, double end);
