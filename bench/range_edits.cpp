@@ -12,8 +12,8 @@ namespace cel::bench {
 
 namespace {
 
-constexpr std::size_t kEdits = 16;  ///< in a pass, after which the track is what it was
-constexpr double kStretch = 10.0;   ///< seconds, two sections
+constexpr std::size_t kEdits = 16; ///< in a pass, after which the track is what it was
+constexpr double kStretch = 10.0;  ///< seconds, two sections
 
 /// Edits all over a track. Every pass begins with a fresh copy of it, and its floor with a memcpy.
 struct RangeEdits
@@ -104,7 +104,8 @@ void openStretch(BareTrack& bare, std::size_t place)
 
 void replace(RangeEdits& data, double t)
 {
-    data.track->replace(data.material.get(), {kFrame, kFrame + kStretch}, t, {}, Editable::ReplaceFlags(1));
+    data.track->replace(data.material.get(), {kFrame, kFrame + kStretch}, t, {},
+                        Editable::ReplaceFlags(1));
 }
 /// One section goes and three come; the description of what lies behind is rounded all the same.
 void overwriteStretch(BareTrack& bare, std::size_t place)

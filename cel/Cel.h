@@ -513,6 +513,11 @@ private:
     static std::uint32_t nextIdentity();
 
     void adjustEventCounts(const ChannelEvent& event, bool add);
+    template <class EventAt, class Change, class Repair>
+    void addEvents(std::size_t count, const EventAt& eventAt, const Change& change,
+                   const Repair& repair);
+    bool admitPlainSection();
+    int admitLast();
     bool admitInPoint(std::size_t index);
     bool admitOutPoint(std::size_t index);
     void closePendingSection(std::size_t outIndex, float velocity);

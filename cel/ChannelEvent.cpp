@@ -203,11 +203,7 @@ ChannelEvent ChannelEvent::rescale(double newStart, double newEnd, double oldSta
 ChannelEvent ChannelEvent::reverse(double a, double b) const
 {
     ChannelEvent mirrored = *this;
-    mirrored.edit_time_ = a + b - edit_time_;
-    if (info() == in_point)
-        mirrored.info(out_point);
-    else if (info() == out_point)
-        mirrored.info(in_point);
+    mirrored.mirror(a, b);
     return mirrored;
 }
 

@@ -235,6 +235,14 @@ public:
 
     /// A copy mirrored between the times `a` and `b`: in points become out points and vice versa.
     ChannelEvent reverse(double a, double b) const;
+    void mirror(double a, double b)
+    {
+        edit_time_ = a + b - edit_time_;
+        if (info() == in_point)
+            info(out_point);
+        else if (info() == out_point)
+            info(in_point);
+    }
 
     /// Converts both times by the factors of `modification`, which becomes the set applied. A set
     /// that was applied before is not undone.

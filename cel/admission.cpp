@@ -1,5 +1,6 @@
 #include "cel/Cel.h"
 
+#include "cel/detail/Additions.h"
 #include "cel/detail/event_array.h"
 #include "cel/detail/room.h"
 #include "platform/support/Log.h"
@@ -11,14 +12,6 @@ using cel::isRealTime;
 using cel::kTimeEpsilon;
 
 namespace {
-
-constexpr double kLowestLevel = -1e-6;
-
-/// One more or one less. A file may have said anything, so the count wraps rather than overflow.
-std::int32_t counted(std::int32_t count, bool add)
-{
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(count) + (add ? 1U : ~0U));
-}
 
 bool refuse(const char* reason)
 {
@@ -55,18 +48,14 @@ void Cel::reportError(const char* text)
     logStacktrace(text);
 }
 
-void Cel::adjustEventCounts(const ChannelEvent& event, bool add)
-{
-    const Cookie cookie = event.strip_name();
-    if (cel::detail::countsAsMaterial(cookie))
-        eventCount_ = counted(eventCount_, add);
-    if (cookie.isBlack())
-        blackEventCount_ = counted(blackEventCount_, add);
-}
-
 int Cel::addEvent(const ChannelEvent& event)
 {
     events_.push_back(event);
+    return admitLast();
+}
+
+int Cel::admitLast()
+{
     const std::size_t added = events_.size() - 1;
     const ce_info kind = events_[added].info();
 
@@ -76,7 +65,7 @@ int Cel::addEvent(const ChannelEvent& event)
         return 0;
     if ((kind & level_change) && pendingInIndex_ == -1)
         return refuse("Cel::addEvent() : invalid in point");
-    if (!(events_[added].level_sc() >= kLowestLevel))
+    if (!(events_[added].level_sc() >= cel::detail::kLowestLevel))
         return refuse("Cel::addEvent() : invalid level");
     if (added > 0 && events_[added - 1].edit_time() > events_[added].edit_time() + kTimeEpsilon)
         return refuse("Cel::addEvent() : invalid event time");
@@ -160,7 +149,12 @@ ce_handle Cel::insertEventPair(int index, const Cookie& material, double stripSt
                      0);
 
     if (index == numEvents()) {
-        const int inAccepted = addEvent(in);
+        events_.push_back(in);
+        events_.push_back(out);
+        if (admitPlainSection())
+            return handleAt(numEvents() - 2);
+        events_.pop_back();
+        const int inAccepted = admitLast();
         // Also after a refusal, so that the events stay in pairs.
         const int outAccepted = addEvent(out);
         return inAccepted && outAccepted ? handleAt(numEvents() - 2) : ce_handle();

@@ -2,6 +2,7 @@
 
 #include "cel/detail/Compaction.h"
 #include "cel/detail/Qualifies.h"
+#include "cel/detail/counts.h"
 #include "cel/detail/room.h"
 #include "cel/detail/sections.h"
 

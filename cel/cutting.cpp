@@ -1,5 +1,6 @@
 #include "cel/Cel.h"
 
+#include "cel/detail/counts.h"
 #include "cel/detail/room.h"
 #include "cel/detail/sections.h"
 

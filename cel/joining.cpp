@@ -1,5 +1,6 @@
 #include "cel/Cel.h"
 
+#include "cel/detail/Additions.h"
 #include "cel/detail/faults.h"
 #include "cel/detail/room.h"
 #include "cel/detail/sections.h"
@@ -34,8 +35,9 @@ Kt::Ptr<Cel> Cel::emptyTrackFor(std::size_t events) const
 Kt::Ptr<Cel> Cel::copy() const
 {
     Kt::Ptr<Cel> track = emptyTrackFor(events_.size());
-    for (const ChannelEvent& event : events_)
-        track->addEvent(event);
+    const auto eventAt = [this](std::size_t i) -> const ChannelEvent& { return events_[i]; };
+    const auto asItIs = [](ChannelEvent&, std::size_t) {};
+    track->addEvents(events_.size(), eventAt, asItIs, cel::detail::leaveRefused);
     return track;
 }
 
@@ -56,11 +58,13 @@ void Cel::weld(Cel* other, double offset)
     const double shift = (events_.empty() ? 0.0 : get_end_time() - get_start_time()) + offset;
     const std::size_t count = other->events_.size();
     cel::detail::reserveMore(events_, count);
-    for (std::size_t i = 0; i < count; ++i) {
-        ChannelEvent event = other->events_[i];
+    const auto eventAt = [other](std::size_t i) -> const ChannelEvent& {
+        return other->events_[i];
+    };
+    const auto moveBehind = [shift](ChannelEvent& event, std::size_t) {
         event.edit_time(event.edit_time() + shift);
-        addEvent(event);
-    }
+    };
+    addEvents(count, eventAt, moveBehind, cel::detail::leaveRefused);
 }
 
 Kt::Ptr<Cel> Cel::appendCel(const Kt::Ptr<Cel>& other) const

@@ -1,5 +1,6 @@
 #include "cel/Cel.h"
 
+#include "cel/detail/counts.h"
 #include "cel/detail/faults.h"
 #include "cel/detail/records.h"
 #include "cel/detail/room.h"

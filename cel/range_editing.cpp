@@ -1,6 +1,7 @@
 #include "cel/Cel.h"
 
 #include "cel/detail/InsertedMaterial.h"
+#include "cel/detail/counts.h"
 #include "cel/detail/grid.h"
 #include "cel/detail/room.h"
 #include "cel/detail/sections.h"

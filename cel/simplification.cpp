@@ -2,6 +2,7 @@
 
 #include "cel/detail/Compaction.h"
 #include "cel/detail/Qualifies.h"
+#include "cel/detail/counts.h"
 #include "cel/detail/room.h"
 #include "cel/detail/sections.h"
 #include "platform/foundation/compare.h"
@@ -105,7 +106,7 @@ void Cel::mergeCuts(const Range& range, const IsNeedless& isNeedless)
             events_[out] = events_[out + 2];
             pass.drop(2);
         } else {
-            pass.keep(2);
+            pass.settle(2);
         }
     }
     pass.finish();

@@ -1,6 +1,8 @@
 #include "cel/Cel.h"
 
+#include "cel/detail/Additions.h"
 #include "cel/detail/faults.h"
+#include "cel/detail/grid.h"
 #include "cel/detail/sections.h"
 #include "platform/support/Log.h"
 
@@ -15,11 +17,15 @@ using cel::detail::kCelModule;
 Kt::Ptr<Cel> Cel::quantise() const
 {
     Kt::Ptr<Cel> track = emptyTrackFor(events_.size());
-    for (std::size_t i = 0; i < events_.size(); ++i) {
-        const ChannelEvent onGrid = events_[i].quantise(resolution_);
-        if (!track->addEvent(onGrid))
-            track->repairQuantised(onGrid, i == 0 ? nullptr : &events_[i - 1]);
-    }
+    const auto eventAt = [this](std::size_t i) -> const ChannelEvent& { return events_[i]; };
+    const auto ontoGrid = [this](ChannelEvent& event, std::size_t) {
+        event.edit_time(cel::detail::toGrid(event.edit_time(), resolution_));
+    };
+    const auto repair = [&](std::size_t i) {
+        track->repairQuantised(events_[i].quantise(resolution_),
+                               i == 0 ? nullptr : &events_[i - 1]);
+    };
+    track->addEvents(events_.size(), eventAt, ontoGrid, repair);
     return track;
 }
 
@@ -70,12 +76,21 @@ int Cel::quantise_check() const
 Kt::Ptr<Cel> Cel::reverse() const
 {
     Kt::Ptr<Cel> track = emptyTrackFor(events_.size());
-    for (auto event = events_.rbegin(); event != events_.rend(); ++event)
-        track->addEvent(event->reverse(get_start_time(), get_end_time()));
-    for (std::size_t i = 0; i + 1 < track->events_.size(); ++i) {
-        track->events_[i].editGraph(track->events_[i + 1].editGraph());
-        track->events_[i + 1].editGraph(IdStamp(0, 0, 0));
-    }
+    if (events_.empty())
+        return track;
+    // Identifiers go with the section, whose in point was its out point: one place on.
+    const double start = get_start_time();
+    const double end = get_end_time();
+    const std::size_t last = events_.size() - 1;
+    const auto eventAt = [&](std::size_t i) -> const ChannelEvent& { return events_[last - i]; };
+    const auto mirror = [&](ChannelEvent& event, std::size_t i) {
+        event.mirror(start, end);
+        if (i < last)
+            event.editGraph(events_[last - i - 1].editGraph());
+        else if (last > 0)
+            event.editGraph(IdStamp(0, 0, 0));
+    };
+    track->addEvents(events_.size(), eventAt, mirror, cel::detail::leaveRefused);
     return track;
 }
 
@@ -95,15 +110,20 @@ Kt::Ptr<Cel> Cel::rescale(double sourceStart, double sourceEnd, double start, do
     const double to = std::max(start, end);
     const Kt::Ptr<Cel> stretch = extract(sourceStart, sourceEnd, static_cast<unsigned>(flags));
     Kt::Ptr<Cel> track = emptyTrackFor(stretch->events_.size());
-    for (const ChannelEvent& event : stretch->events_) {
-        const ChannelEvent scaled =
+    const auto eventAt = [&](std::size_t i) -> const ChannelEvent& { return stretch->events_[i]; };
+    const auto scale = [&](ChannelEvent& event, std::size_t) {
+        event =
             event.rescale(from, to, sourceStart, sourceEnd, levelStart, levelEnd).quantise(grid);
-        // Backwards the events keep their unset speed until reverse() lays them anew: so they
-        // play backwards, not in backward order.
-        if (backwards)
-            track->events_.push_back(scaled);
-        else
-            track->addEvent(scaled);
+    };
+    const std::size_t count = stretch->events_.size();
+    if (!backwards) {
+        track->addEvents(count, eventAt, scale, cel::detail::leaveRefused);
+        return track;
     }
-    return backwards ? track->reverse() : track;
+    // Backwards the events keep their unset speed until reverse() lays them anew: so they play
+    // backwards, not in backward order.
+    track->events_ = stretch->events_;
+    for (ChannelEvent& event : track->events_)
+        scale(event, 0);
+    return track->reverse();
 }

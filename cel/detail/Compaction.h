@@ -2,6 +2,8 @@
 
 #include "cel/Cel.h"
 
+#include "cel/detail/counts.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <vector>
@@ -27,14 +29,30 @@ public:
     /// The next `count` events stay.
     void keep(std::size_t count)
     {
+        bringUp(count);
+        settle(count);
+    }
+
+    /// Copies the next `count` events to where they will stand if they stay.
+    void bringUp(std::size_t count)
+    {
+        if (read == write)
+            return;
+        ChannelEvent* to = &track_.events_[write];
+        const ChannelEvent* from = &track_.events_[read];
+        for (const ChannelEvent* end = from + count; from != end; ++from, ++to)
+            *to = *from;
+    }
+
+    /// The events that were brought up stay.
+    void settle(std::size_t count)
+    {
         if (followsPending(count))
             track_.pendingInIndex_ = static_cast<std::int32_t>(write + (pendingIndex() - read));
-        for (; count > 0; --count, ++read, ++write) {
-            if (read == write)
-                continue;
-            track_.events_[write] = track_.events_[read];
-            track_.events_[write].edit_time(track_.events_[write].edit_time() + shift);
-        }
+        if (shift != 0.0)
+            cel::detail::shiftEditTimes(std::span(track_.events_).subspan(write, count), shift);
+        read += count;
+        write += count;
     }
 
     /// The next `count` events go.
@@ -50,18 +68,11 @@ public:
         }
     }
 
-    /// Copies the next `count` events to where they will stand if they stay.
-    void bringUp(std::size_t count)
-    {
-        if (read != write)
-            std::copy_n(track_.events_.begin() + static_cast<std::ptrdiff_t>(read), count,
-                        track_.events_.begin() + static_cast<std::ptrdiff_t>(write));
-    }
-
     /// Keeps what was not looked at and gives the track its new length.
     void finish()
     {
-        keep(track_.events_.size() - read);
+        if (read < track_.events_.size())
+            keep(track_.events_.size() - read);
         if (read == write)
             return;
         track_.events_.erase(track_.events_.begin() + static_cast<std::ptrdiff_t>(write),

@@ -89,12 +89,6 @@ std::int64_t bisect(ConstEventSpan events, double t, Bracket bracket)
 
 } // namespace
 
-bool countsAsMaterial(const Cookie& cookie)
-{
-    return cookie.getInt3() != Cookie::kSynthetic || cookie.isInput() || cookie.isEffectGraph() ||
-           cookie.isEffect() || cookie.isMix50();
-}
-
 int findEvent(ConstEventSpan events, double t, ce_info filter, int seed)
 {
     if (events.empty() || std::isnan(t))
@@ -173,11 +167,6 @@ void layOnStripLine(EventSpan section, double speed)
     const double strip = section.front().strip_time();
     for (ChannelEvent& event : section)
         event.strip_time((event.edit_time() - edit) * speed + strip);
-}
-
-bool isSetVelocity(float velocity)
-{
-    return std::isfinite(velocity) && velocity != kUnsetVelocity;
 }
 
 double effectiveSpeed(const ChannelEvent& event)

@@ -2,6 +2,7 @@
 
 #include "cel/ChannelEvent.h"
 
+#include <cmath>
 #include <span>
 
 /// Steps of track operations on the bare array of events. They know nothing of tracks, and are
@@ -16,7 +17,11 @@ inline constexpr int kTemporaryId = 1;
 
 /// Whether events of this material count as material of a track: all that was recorded, and what
 /// was made but black.
-bool countsAsMaterial(const Cookie& cookie);
+inline bool countsAsMaterial(const Cookie& cookie)
+{
+    return cookie.getInt3() != Cookie::kSynthetic || cookie.isInput() || cookie.isEffectGraph() ||
+           cookie.isEffect() || cookie.isMix50();
+}
 
 /// Index of the last event that is not after `t` (within the tolerance) and of a kind in the
 /// filter, -1 when `t` lies before the first or after the last event or is a NaN.
@@ -53,6 +58,9 @@ void layOnStripLine(EventSpan section, double speed);
 double effectiveSpeed(const ChannelEvent& event);
 
 /// Whether a velocity says anything: it is finite and not the unset value.
-bool isSetVelocity(float velocity);
+inline bool isSetVelocity(float velocity)
+{
+    return std::isfinite(velocity) && velocity != kUnsetVelocity;
+}
 
 } // namespace cel::detail
