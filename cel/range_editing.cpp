@@ -115,7 +115,7 @@ void Cel::remove(const Range& range)
     const CutPlace to = placeOfCut(range.end());
     if (from.kind == CutPlace::nowhere)
         return;
-    if (!isAfter(range.end(), range.start())) {
+    if (from.kind == CutPlace::insideSection && !isAfter(range.end(), range.start())) {
         makeCutAt(range.start());
     } else if (keepsSegmentObjects() || !isPlain(from) || !isPlain(to)) {
         std::vector<IdStamp> removed;
@@ -395,9 +395,13 @@ bool Cel::replaceAtOnce(const Cel* source, const Range& range, const Range& onto
             return false;
     }
     Splice splice = spliceOut(onto, from, to);
-    // A hole in front of what follows is filled as well, which two edits do better than one.
+    // A hole in front of what follows is filled as well, and material goes behind what is too short
+    // to be told from a cut; two edits do that better than one.
+    const auto resumesAt = [&](std::size_t in) {
+        return valEqualsVal(events_[in].edit_time() + splice.closed, onto.start());
+    };
     if (to.kind == CutPlace::atInPoint &&
-        !valEqualsVal(events_[splice.end].edit_time() + splice.closed, onto.start()))
+        (!resumesAt(splice.end) || (splice.end + 2 < events_.size() && resumesAt(splice.end + 2))))
         return false;
     // So is what is too short to be cut at the end.
     if (!place.inGap && isAfter(onto.start() + resolution_ * 0.5, get_end_time() + splice.closed))
