@@ -4,6 +4,9 @@
 #include "platform/embedded/support/text_scan.h"
 
 #include <algorithm>
+#include <charconv>
+#include <climits>
+#include <cmath>
 #include <cstdint>
 #include <fstream>
 #include <optional>
@@ -42,6 +45,17 @@ std::optional<std::string> configured(std::string_view name)
     return value;
 }
 
+/// The setting as text, without blanks around it.
+std::optional<std::string> setting(const char* name)
+{
+    auto text = environment("CEL_" + capitals(name));
+    if (!text)
+        text = configured(name);
+    if (text)
+        text = std::string(trimmed(*text));
+    return text;
+}
+
 /// The whole number that `text` is, limited to the range, also when no integer could hold it.
 std::optional<int> limitedNumber(std::string_view text, int lowest, int highest)
 {
@@ -61,15 +75,32 @@ std::optional<int> limitedNumber(std::string_view text, int lowest, int highest)
 int config_int(const char* name, int fallback, int lowest, int highest)
 {
     try {
-        auto text = environment("CEL_" + capitals(name));
-        if (!text)
-            text = configured(name);
-        if (!text)
-            return fallback;
-        return limitedNumber(trimmed(*text), lowest, highest).value_or(fallback);
+        const auto text = setting(name);
+        return text ? limitedNumber(*text, lowest, highest).value_or(fallback) : fallback;
     } catch (const std::exception&) {
         return fallback; // a static object may be asking: nobody there could catch
     }
+}
+
+int RegistryConfig::getValue(const char* name, int fallback) const
+{
+    return config_int(name, fallback, INT_MIN, INT_MAX);
+}
+
+double RegistryConfig::getValue(const char* name, double fallback) const
+{
+    const std::string text = setting(name).value_or("");
+    const char* const end = text.data() + text.size();
+    double number = 0.0;
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    const bool read = !text.empty() && stop == end && error == std::errc();
+    return read && std::isfinite(number) ? number : fallback;
+}
+
+const RegistryConfig& GlobalConfig()
+{
+    static constexpr RegistryConfig config;
+    return config;
 }
 
 namespace cel {
