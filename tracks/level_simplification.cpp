@@ -132,8 +132,3 @@ void AudLevelsCelRep::simplify_section_2(double from, double to)
     // Kept: guards go as well.
     thinByArea(nodes_, begin, static_cast<std::size_t>(end - nodes.begin()), maxArea, false);
 }
-
-std::size_t AudLevelsCelRep::thinToWithin(double)
-{
-    return 0;
-}
