@@ -182,13 +182,15 @@ private:
     Answer differ(double from, double to, const char* field, const std::string& a,
                   const std::string& b) const
     {
-        return DifferingStretch{from,          to, field, a + " against " + b, materialOf(a_),
-                                materialOf(b_)};
+        return DifferingStretch{
+            from, to, field, a + " against " + b, playedAt(a_, from), playedAt(b_, from)};
     }
 
-    static Cookie materialOf(const Stretch& stretch)
+    static DifferingStretch::Played playedAt(const Stretch& stretch, double time)
     {
-        return stretch.in ? stretch.in->strip_name() : Cookie();
+        if (!stretch.in)
+            return {};
+        return {stretch.in->strip_name(), stretch.stripAt(time)};
     }
 
     const Stretch& a_;

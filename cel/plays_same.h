@@ -41,8 +41,14 @@ struct DifferingStretch
     double to;
     const char* field; ///< as in `Difference`
     std::string text;
-    Cookie first; ///< material that each of the two plays; the invalid Cookie where it has nothing
-    Cookie second;
+
+    struct Played
+    {
+        Cookie material;    ///< the invalid Cookie where a track has nothing
+        double strip = 0.0; ///< time in the material, in seconds
+    };
+    Played first; ///< what each of the two plays
+    Played second;
 };
 
 /// All of them in the order of time, none touching the next. Judged as by `explainDifference`,

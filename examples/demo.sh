@@ -41,6 +41,15 @@ say 'A cut arrives from another editing system, as an edit list (EDL).'
 run import harbour.edl scene4.cel --rate 25
 printf 'What a simple list of cuts cannot say, such as a dissolve, is named above: nothing vanishes unseen.\n'
 
+# differs FILE FILE [TRACK...]: the tool says where the two do not play the same, and they must not.
+differs() {
+    printf '$ cel diff %s\n' "$*"
+    if "$cel" diff "$@"; then
+        fail "$1 and $2 should differ"
+    fi
+    printf '\n'
+}
+
 say 'This is what arrived: two picture tracks, two sound tracks, and black where nothing plays.'
 run show scene4.cel
 printf 'A closer look, with the numbers that an assistant would check against the paperwork:\n\n'
@@ -48,6 +57,33 @@ run show scene4.cel V1 --table --from 10:00:00:00 --to 10:00:30:00
 
 say 'Is the cut in order? Every track is checked, event by event.'
 run check scene4.cel
+
+say 'An answer is too long: four seconds go, of picture and sound alike. They are put aside first.'
+run edit scene4.cel V1,A1 extract 10:00:16:00 10:00:20:00 --to aside.cel
+run edit scene4.cel V1,A1 remove 10:00:16:00 10:00:20:00 -o shorter.cel --picture
+differs scene4.cel shorter.cel
+printf 'Up to 10:00:16:00 nothing changed; all that follows on these two tracks is four seconds earlier.\n'
+
+say 'Second thoughts: they go back in, and the cuts that this left behind are taken away.'
+run edit shorter.cel V1,A1 insert 10:00:16:00 --from aside.cel V1,A1 -o restored.cel
+run edit restored.cel V1 simplify cuts --range 10:00:10:00 10:00:24:00 --picture
+run diff scene4.cel restored.cel
+printf 'Not a frame was lost on the way: what plays is what played before.\n'
+
+say 'A shot ends 12 frames earlier (a ripple trim), and gulls go over the black of the upper track.'
+run edit scene4.cel V1 trim end 10:00:09:00 -00:00:00:12 -o trimmed.cel --picture
+run edit trimmed.cel V2 overlay 10:00:09:00 --from V1 --range 10:00:11:00 10:00:13:00 --picture
+differs scene4.cel trimmed.cel
+printf 'The comparison names the two edits, to the frame, and nothing else.\n'
+
+say 'Two seconds are to go at the end of two tracks, and one of them is not that long.'
+cp scene4.cel before.cel
+printf '$ cel edit scene4.cel V1,V2 remove 10:02:20:00 10:02:22:00\n'
+if "$cel" edit scene4.cel V1,V2 remove 10:02:20:00 10:02:22:00 2>&1; then
+    fail 'an edit of what is not there succeeded'
+fi
+printf '\n'
+same scene4.cel before.cel 'the cut before and after the refused edit, on both tracks'
 
 say 'It was saved. Now it is read back and saved once more: the two files must not differ in a bit.'
 run export scene4.cel readback.cel
@@ -74,11 +110,11 @@ fi
 say 'The disk is full in the middle of a save. What becomes of the cut that was there?'
 cp scene4.cel before.cel
 printf '$ cel import harbour.edl scene4.cel   (on a disk with room for 4 KiB)\n'
-if (trap '' XFSZ && ulimit -f 4 && "$cel" import harbour.edl scene4.cel --rate 25 2>&1); then
+if (trap '' XFSZ && ulimit -f 4 && "$cel" import harbour.edl scene4.cel --rate 25) 2>&1 | cat; then
     fail 'a save without room for it succeeded'
 fi
 printf '\n'
 same scene4.cel before.cel 'the cut on the disk, before and after the failed save'
 
-printf '\nDone: the cut came in, was drawn, checked, saved, read back and sent out again; nothing changed on
-the way that was not named, damage was found, and a failed save harmed nothing.\n'
+printf '\nDone: the cut came in, was drawn, checked, edited, compared, saved, read back and sent out again;
+nothing changed on the way that was not named, damage was found, and a failed save harmed nothing.\n'

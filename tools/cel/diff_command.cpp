@@ -31,8 +31,6 @@ struct DiffOptions
 /// What differs, in words for a person.
 std::string describeField(std::string_view field)
 {
-    if (field == "strip")
-        return "time in the material";
     if (field == "display")
         return "mark of the speed display";
     return field == "ramp" ? "fade" : std::string(field);
@@ -44,8 +42,11 @@ std::string describeStretch(const Cut& cut, const MaterialTable& materials,
     std::string text = describePosition(cut, stretch.from);
     if (stretch.to > stretch.from)
         text += " to " + describePosition(cut, stretch.to);
-    const std::string first = describeMaterial(stretch.first, materials);
-    const std::string second = describeMaterial(stretch.second, materials);
+    const std::string first = describeMaterial(stretch.first.material, materials);
+    const std::string second = describeMaterial(stretch.second.material, materials);
+    if (stretch.field == std::string_view("strip"))
+        return text + ": " + first + " at " + sourceTimecode(cut, stretch.first.strip) +
+               " against " + sourceTimecode(cut, stretch.second.strip) + " of the clip";
     // Clips of one name are told apart by their reel or file, which only their number stands for.
     if (first != second)
         return text + ": " + first + " against " + second;
@@ -110,8 +111,9 @@ Json stretchAsJson(const Cut& cut, const MaterialTable& materials, const Differi
         .set("to", recordTimecode(cut, stretch.to))
         .set("field", stretch.field)
         .set("text", stretch.text)
-        .set("first", describeMaterial(stretch.first, materials))
-        .set("second", describeMaterial(stretch.second, materials));
+        .set("first", describeMaterial(stretch.first.material, materials))
+        .set("second", describeMaterial(stretch.second.material, materials))
+        .set("clipSeconds", stretch.first.strip, stretch.second.strip);
     return json;
 }
 

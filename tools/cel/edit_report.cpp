@@ -25,7 +25,7 @@ TimeRange neighbourhood(const std::vector<EditedTrack>& tracks)
         for (const Kt::Ptr<Cel>& cel : {track.before, track.after})
             end = std::max(end, cel->numEvents() == 0 ? 0.0 : cel->get_end_time());
     }
-    const double around = std::max(kLeastAround, edit.to - edit.from);
+    const double around = std::max(kLeastAround, (edit.to - edit.from) / 2);
     return {std::min(edit.from, std::max(0.0, edit.from - around)),
             std::max(edit.to, std::min(end, edit.to + around))};
 }

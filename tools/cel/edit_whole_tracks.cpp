@@ -67,7 +67,10 @@ std::string simplify(TrackEdit& edit)
         edit.track().simplify(kTypes[kind], range);
     else
         edit.track().simplifyTidy(range);
-    markAll(edit, before);
+    if (range == Editable::invalidRange())
+        markAll(edit, before);
+    else
+        edit.mark({range.start(), range.end()}, {range.start(), range.end()});
     const int fewer = (events - edit.track().numEvents()) / 2;
     const std::string what = "simplified (" + kKinds[kind] + ")";
     if (fewer < 0)
