@@ -38,7 +38,6 @@ Command::Command(Command& above, const char* name, const std::string& help, cons
                  const std::string& usage)
     : command_(*above.command_.add_subcommand(name, help))
 {
-    above.command_.require_subcommand(1);
     command_.group(family);
     this->usage(usage);
 }
@@ -87,6 +86,15 @@ void Command::option(const char* name, std::size_t& value, const char* help, std
                      std::size_t highest)
 {
     command_.add_option(name, value, help)->check(CLI::Range(lowest, highest));
+}
+
+void Command::otherwise(std::function<void()> action)
+{
+    command_.require_subcommand(0, 1);
+    command_.callback([action = std::move(action), this_ = &command_] {
+        if (this_->get_subcommands().empty())
+            action();
+    });
 }
 
 void Command::footer(const std::string& text)

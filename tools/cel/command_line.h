@@ -18,8 +18,8 @@ class Command
 public:
     Command(CLI::App& program, const char* name, const char* help);
 
-    /// One of the commands below a command, which needs one of them; `family` is the heading under
-    /// which its help lists it, `usage` what the help of this one begins with.
+    /// One of the commands below a command; `family` is the heading under which its help lists it,
+    /// `usage` what the help of this one begins with.
     Command(Command& above, const char* name, const std::string& help, const char* family,
             const std::string& usage);
 
@@ -47,6 +47,9 @@ public:
     /// An option with a number between the two, both included.
     void option(const char* name, std::size_t& value, const char* help, std::size_t lowest,
                 std::size_t highest);
+
+    /// For a command with others below it: what it does when none of those is named.
+    void otherwise(std::function<void()> action);
 
     /// What its help ends with.
     void footer(const std::string& text);

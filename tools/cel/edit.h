@@ -17,6 +17,7 @@ struct EditRequest
 {
     std::string file;
     std::string tracks;
+    std::vector<std::string> unknown; ///< what was typed in place of an operation
     EditTexts texts;
     std::vector<std::string> from;
     std::string to;

@@ -115,6 +115,18 @@ void describeOptions(Command& command, unsigned options, EditRequest& request)
     command.flag("--json", request.json, "Print what was done as JSON");
 }
 
+/// Says which operations there are.
+[[noreturn]] void refuseOperation(const std::vector<std::string>& typed)
+{
+    std::string known;
+    for (const EditFamily& family : editFamilies())
+        for (const EditOperation& operation : family.operations)
+            known += (known.empty() ? "" : ", ") + std::string(operation.name);
+    throw Failure(kUsage, (typed.empty() ? "no operation is named"
+                                         : "no operation is called " + printable(typed.front())) +
+                              "; there are: " + known);
+}
+
 std::string usageOf(const EditOperation& operation)
 {
     std::string usage = std::string("cel edit FILE.cel TRACK[,TRACK...] ") + operation.name;
@@ -156,6 +168,9 @@ void addEditCommand(CLI::App& program, int& exitCode)
     command.argument("FILE.cel", request->file, "The cut", false);
     command.argument("TRACK", request->tracks, "Names of tracks, separated by commas: V1,A1",
                      false);
+    command.arguments("OPERATION", request->unknown, "One of those below, and its arguments",
+                      false);
+    command.otherwise([request] { refuseOperation(request->unknown); });
     for (const EditFamily& family : editFamilies())
         for (const EditOperation& operation : family.operations)
             addOperation(command, family, operation, request, exitCode);

@@ -53,11 +53,12 @@ std::string weld(TrackEdit& edit)
 {
     const double pause = edit.has(0) ? edit.length(0, 0.0, kLongestCut) : 0.0;
     const MaterialStretch& material = edit.material();
+    const double start = edit.start();
     const double end = edit.end();
     // The track moves what it is given by its length: from its start on that leads to its end.
-    const Kt::Ptr<Cel> behind = material.at(edit.start(), edit.frame());
+    const Kt::Ptr<Cel> behind = material.at(start, edit.frame());
     edit.track().weld(behind.get(), pause);
-    edit.fillWithBlack(edit.start(), end);
+    edit.fillWithBlack(start, end);
     edit.mark({end, end}, {end + pause, end + pause + material.length()});
     return "welded " + material.text + " at " + edit.at(end + pause) + ", " +
            edit.lasting(material.length()) +

@@ -75,7 +75,7 @@ std::string simplify(TrackEdit& edit)
     const std::string what = "simplified (" + kKinds[kind] + ")";
     if (fewer < 0)
         return what + ", " + counted(-fewer, "section") + " of black put in";
-    return what + ", " + counted(fewer, "section") + " fewer";
+    return what + (fewer > 0 ? ", " + counted(fewer, "section") + " fewer" : ", no section fewer");
 }
 
 std::string black(TrackEdit& edit)
