@@ -398,10 +398,11 @@ bool Cel::replaceAtOnce(const Cel* source, const Range& range, const Range& onto
     // A hole in front of what follows is filled as well, and material goes behind what is too short
     // to be told from a cut; two edits do that better than one.
     const auto resumesAt = [&](std::size_t in) {
-        return valEqualsVal(events_[in].edit_time() + splice.closed, onto.start());
+        return in < events_.size() &&
+               valEqualsVal(events_[in].edit_time() + splice.closed, onto.start());
     };
-    if (to.kind == CutPlace::atInPoint &&
-        (!resumesAt(splice.end) || (splice.end + 2 < events_.size() && resumesAt(splice.end + 2))))
+    const bool atInPoint = to.kind == CutPlace::atInPoint;
+    if ((atInPoint && !resumesAt(splice.end)) || resumesAt(splice.end + (atInPoint ? 2 : 0)))
         return false;
     // So is what is too short to be cut at the end.
     if (!place.inGap && isAfter(onto.start() + resolution_ * 0.5, get_end_time() + splice.closed))

@@ -9,8 +9,8 @@
 #include <cmath>
 #include <cstring>
 
-// Edits as tables: the track before, the edit, the track after. Frames are 0.04 s; the notation rounds
-// to 1e-6.
+// Edits as tables: the track before, the edit, the track after. Frames are 0.04 s; the notation
+// rounds to 1e-6.
 namespace cel::test {
 namespace {
 

@@ -479,8 +479,8 @@ std::string Session::difference(const ChannelEvent& e, const ModelEvent& m)
     const auto apart = [](double a, double b, double least) {
         return !(std::fabs(a - b) <= std::max(least, std::fabs(b) * 1e-14));
     };
-    if (!std::isfinite(m.edit))
-        return std::isfinite(e.edit_time()) ? "edit time" : "";
+    if (!isRealTime(m.edit))
+        return isRealTime(e.edit_time()) ? "edit time" : "";
     if (apart(e.edit_time(), m.edit, 1e-9))
         return "edit time not " + text(m.edit);
     if (apart(e.strip_time(), m.strip, 1e-8))
@@ -533,6 +533,8 @@ TEST(RandomEdits, ComeOutAsTheModelSays)
                         [](const auto& all) { return rc::shrink::removeChunks(all); });
     rc::detail::TestParams params = rc::detail::configuration().testParams;
     params.maxSuccess = sequences();
+    if (!std::getenv("RC_PARAMS")) // others: "seed=7"
+        params.seed = 1;
     const auto result = rc::detail::checkTestable(
         [&] {
             Session session;

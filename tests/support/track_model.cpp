@@ -107,11 +107,11 @@ bool ModelTrack::add(ModelEvent e)
         pending = size() - 1;
     }
     if (e.kind == kOut) {
+        const ModelEvent in = pending == -1 ? ModelEvent() : at(pending);
+        if (pending != -1 && e.strip != kUnset && !real(e.strip))
+            events.back().strip = e.strip = (e.edit - in.edit) * double(in.velocity) + in.strip;
         if (!real(e.edit) || pending == -1)
             return false;
-        const ModelEvent in = at(pending);
-        if (e.strip != kUnset && !real(e.strip))
-            e.strip = (e.edit - in.edit) * double(in.velocity) + in.strip;
         double v = e.velocity;
         if (unset) {
             const double length = e.edit - in.edit;
