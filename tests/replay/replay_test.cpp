@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+using cel::replay::runLevelScript;
 using cel::replay::runScript;
 namespace fs = std::filesystem;
 
@@ -138,6 +139,33 @@ TEST(Replay, NamesTheLineThatIsNoOperationAndStops)
     for (const Case& c : cases) {
         SCOPED_TRACE(c.line.substr(0, 100));
         EXPECT_EQ(problemWith(c.line), c.problem + "\n");
+    }
+}
+
+TEST(Replay, NamesTheLineThatIsNoOperationOnEnvelopes)
+{
+    // clang-format off
+    struct Case { std::string line, problem; };
+    const Case cases[] = {
+        {R"(["cel", "a", 1])", "unknown operation \"cel\""},
+        {R"(// a comment of the other language)", "no JSON from column 1 on"},
+        {R"(["env", "b"])", "\"env\" takes 2 arguments, not 1"},
+        {R"(["dump", "b"])", "no envelope is named \"b\""},
+        {R"(["insert", "a", "b", 0, 1, 0])", "no envelope is named \"b\""},
+        {R"(["node", "a", 1, "loud", 0, 0])", "expected a number, found \"loud\""},
+        {R"(["dummy", "a", 2])", "expected 0 or 1, found 2"},
+        {R"(["clips", "a", [[0, 1]]])", "a section is [start, end, black]"},
+        {R"(["unpack", "a", 1, 3, "000"])", "bytes are pairs of hexadecimal digits"},
+        {R"(["unpack", "a", 1, 300, ""])", "expected a number of 8 bits, found 300"},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.line);
+        std::istringstream script("# a script\n[\"env\", \"a\", 1]\n" + c.line + "\n");
+        std::ostringstream out, problems;
+        EXPECT_EQ(runLevelScript(script, "script", out, problems), cel::tool::kUsage);
+        EXPECT_EQ(problems.str(), "script:3: " + c.problem + "\n");
+        EXPECT_EQ(out.str(), "");
     }
 }
 

@@ -24,7 +24,7 @@ namespace {
 
 #if defined(_WIN32)
 
-int runAlone(const std::string& file, const std::string& command,
+int runAlone(const std::string& file, const std::vector<std::string>& command,
              const std::function<int(const std::string&)>&)
 {
     char* program = nullptr;
@@ -32,7 +32,12 @@ int runAlone(const std::string& file, const std::string& command,
         return kInternalFault;
     // The arguments are joined to one line; a file's name cannot hold a quotation mark.
     const std::string quoted = '"' + file + '"';
-    const auto code = _spawnl(_P_WAIT, program, "cel", command.c_str(), quoted.c_str(), nullptr);
+    std::vector<const char*> arguments = {"cel"};
+    for (const std::string& word : command)
+        arguments.push_back(word.c_str());
+    arguments.push_back(quoted.c_str());
+    arguments.push_back(nullptr);
+    const auto code = _spawnv(_P_WAIT, program, arguments.data());
     return code < 0 ? kInternalFault : static_cast<int>(code);
 }
 
@@ -49,7 +54,7 @@ int exitCodeOf(pid_t child)
     return WIFEXITED(status) ? WEXITSTATUS(status) : kEndedBySignal + WTERMSIG(status);
 }
 
-int runAlone(const std::string& file, const std::string&,
+int runAlone(const std::string& file, const std::vector<std::string>&,
              const std::function<int(const std::string&)>& job)
 {
     // What is still in the buffers would be written by both processes.
@@ -65,7 +70,7 @@ int runAlone(const std::string& file, const std::string&,
 
 } // namespace
 
-int runEachAlone(const std::vector<std::string>& files, const std::string& command,
+int runEachAlone(const std::vector<std::string>& files, const std::vector<std::string>& command,
                  const std::function<int(const std::string&)>& job)
 {
     int worst = 0;

@@ -18,24 +18,30 @@ constexpr const char* kHelp =
     "    '[\"append\", \"V1\", [86, 7, 0, 0], 10, 4, 0]' '[\"dump\", \"V1\"]' | cel replay\n"
     "Exit codes: 0 fine, 2 a line is no operation, 3 a script cannot be read.";
 
-int replayFile(const std::string& path)
+using RunScript = decltype(&replay::runScript);
+
+int replayFile(RunScript run, const std::string& path)
 {
     std::ifstream script(path, std::ios::binary);
     if (!script) {
         std::cerr << path << ": cannot be opened\n";
         return kUnreadable;
     }
-    return replay::runScript(script, path, std::cout, std::cerr);
+    return run(script, path, std::cout, std::cerr);
 }
 
-int replayAll(const std::vector<std::string>& files)
+int replayAll(const std::vector<std::string>& files, bool levels)
 {
+    const RunScript run = levels ? replay::runLevelScript : replay::runScript;
     useBinaryStandardStreams();
     if (files.empty())
-        return replay::runScript(std::cin, "standard input", std::cout, std::cerr);
+        return run(std::cin, "standard input", std::cout, std::cerr);
     if (files.size() == 1)
-        return replayFile(files.front());
-    return runEachAlone(files, "replay", replayFile);
+        return replayFile(run, files.front());
+    const auto command = levels ? std::vector<std::string>{"replay", "--levels"}
+                                : std::vector<std::string>{"replay"};
+    return runEachAlone(files, command,
+                        [run](const std::string& path) { return replayFile(run, path); });
 }
 
 } // namespace
@@ -46,9 +52,11 @@ void addReplayCommand(CLI::App& program, int& exitCode)
         "replay", "Run operation scripts and print what came of each operation");
     command->footer(kHelp);
     const auto files = std::make_shared<std::vector<std::string>>();
+    const auto levels = std::make_shared<bool>(false);
+    command->add_flag("--levels", *levels, "The scripts are over level envelopes, not event lists");
     command->add_option("FILE", *files,
                         "Scripts, each run in a process of its own; none: standard input");
-    command->callback([files, &exitCode] { exitCode = replayAll(*files); });
+    command->callback([files, levels, &exitCode] { exitCode = replayAll(*files, *levels); });
 }
 
 } // namespace cel::tool

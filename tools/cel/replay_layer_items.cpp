@@ -3,7 +3,6 @@
 #include "tools/cel/replay_fields.h"
 
 #include <array>
-#include <charconv>
 #include <cstring>
 #include <span>
 
@@ -71,18 +70,6 @@ private:
     std::array<std::byte, 96> bytes_{};
 };
 
-void writeHex(PStream& body, const std::string& hex)
-{
-    for (std::size_t i = 0; i < hex.size(); i += 2) {
-        unsigned byte = 0;
-        const char* digits = hex.data() + i;
-        const std::size_t left = hex.size() - i;
-        if (left < 2 || std::from_chars(digits, digits + 2, byte, 16).ptr != digits + 2)
-            throw ScriptError("bytes are pairs of hexadecimal digits");
-        body.file().setCookedChar(static_cast<char>(byte));
-    }
-}
-
 struct ItemKind
 {
     std::string_view name;
@@ -101,7 +88,7 @@ constexpr ItemKind kItemKinds[] = {
     {"event", 2, [](Session& s, PStream& b, Arguments a) { writeStreamedEvent(b, eventFrom(s, a[0]), a[1].integer()); }},
     {"v3", 1, [](Session& s, PStream& b, Arguments a) { writeFlatRecord(b, eventFrom(s, a[0])); }},
     {"pair", 2, [](Session& s, PStream& b, Arguments a) { PairRecord(eventFrom(s, a[0]), eventFrom(s, a[1])).write(b); }},
-    {"bytes", 1, [](Session&, PStream& b, Arguments a) { writeHex(b, a[0].text()); }},
+    {"bytes", 1, [](Session&, PStream& b, Arguments a) { b.file().write(a[0].bytes()); }},
 };
 // clang-format on
 

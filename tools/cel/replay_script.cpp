@@ -40,38 +40,13 @@ private:
     LogSink former_;
 };
 
-/// Reads a line without its end; one that is too long is left where it exceeds the limit.
-/// @return false at the end of the script.
-bool readLine(std::istream& script, std::string& line)
+/// Carries out one operation. An error that the library throws is part of the output.
+void runOperation(Session& session, const std::string& name, Arguments arguments)
 {
-    line.clear();
-    for (char c = 0; line.size() <= kLongestLine && script.get(c);) {
-        if (c == '\n')
-            return true;
-        line += c;
-    }
-    return !line.empty();
-}
-
-bool isSkipped(std::string_view line)
-{
-    const std::size_t start = line.find_first_not_of(" \t\r");
-    return start == std::string_view::npos || line.substr(start).starts_with("//");
-}
-
-/// Carries out one line. An error that the library throws is part of the output.
-void runLine(Session& session, std::string_view line)
-{
-    const Value parsed = parseLine(line);
-    const Value::Array& parts = parsed.array();
-    if (parts.empty())
-        throw ScriptError("an operation begins with its name");
-    const auto found = operations().find(parts[0].text());
+    const auto found = operations().find(name);
     if (found == operations().end())
-        throw ScriptError("unknown operation \"" + parts[0].text() + '"');
-
+        throw ScriptError("unknown operation \"" + name + '"');
     const Operation& operation = found->second;
-    const Arguments arguments = Arguments(parts).subspan(1);
     requireArguments(operation.name, arguments.size(), operation.fewest, operation.most);
     try {
         operation.run(session, arguments);
@@ -90,26 +65,10 @@ tool::ExitCode runScript(std::istream& script, const std::string& name, std::ost
 {
     Session session(out);
     const ReportsToPrinter reports(session.out);
-    std::string line;
-    for (int number = 1; readLine(script, line); ++number) {
-        if (isSkipped(line))
-            continue;
-        try {
-            runLine(session, line);
-        } catch (const ScriptError& error) {
-            problems << name << ':' << number << ": " << error.what() << '\n';
-            return tool::kUsage;
-        }
-        if (!out) {
-            problems << name << ':' << number << ": the output cannot be written\n";
-            return tool::kUnwritable;
-        }
-    }
-    if (script.bad()) {
-        problems << name << ": cannot be read\n";
-        return tool::kUnreadable;
-    }
-    return tool::kFine;
+    const auto run = [&session](const std::string& operation, Arguments arguments) {
+        runOperation(session, operation, arguments);
+    };
+    return runLines(script, name, "//", run, out, problems);
 }
 
 } // namespace cel::replay

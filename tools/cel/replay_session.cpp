@@ -65,15 +65,4 @@ void Session::stamp(const Value& name, const IdStamp& id)
     stamps_.insert_or_assign(name.text(), id);
 }
 
-void requireArguments(std::string_view name, std::size_t count, std::size_t fewest,
-                      std::size_t most)
-{
-    if (count >= fewest && count <= most)
-        return;
-    const std::string range =
-        std::to_string(fewest) + (fewest == most ? "" : " to " + std::to_string(most));
-    throw ScriptError('"' + std::string(name) + "\" takes " + range +
-                      (most == 1 ? " argument, not " : " arguments, not ") + std::to_string(count));
-}
-
 } // namespace cel::replay

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "cel/Cel.h"
+#include "tools/cel/replay_lines.h"
 #include "tools/cel/replay_printer.h"
-#include "tools/cel/replay_value.h"
 
 #include <map>
 #include <span>
@@ -46,9 +46,6 @@ private:
     std::map<std::string, IdStamp, std::less<>> stamps_;
 };
 
-/// What follows an operation's name in its line.
-using Arguments = std::span<const Value>;
-
 /// An operation of the language, and how many arguments it takes.
 struct Operation
 {
@@ -57,20 +54,6 @@ struct Operation
     std::size_t most;
     void (*run)(Session&, Arguments);
 };
-
-/// The row of a table that has the name, or null.
-template <class Rows>
-auto rowNamed(const Rows& rows, std::string_view name) -> decltype(&rows[0])
-{
-    for (const auto& row : rows)
-        if (row.name == name)
-            return &row;
-    return nullptr;
-}
-
-/// @throws ScriptError unless `name` takes `count` arguments.
-void requireArguments(std::string_view name, std::size_t count, std::size_t fewest,
-                      std::size_t most);
 
 /// The families of operations, one per source.
 std::span<const Operation> trackOperations();

@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <limits>
 #include <utility>
@@ -206,6 +207,21 @@ const std::string& Value::text() const
     if (const auto* value = std::get_if<std::string>(&data_))
         return *value;
     refuse("a text");
+}
+
+std::vector<std::byte> Value::bytes() const
+{
+    const std::string& digits = text();
+    std::vector<std::byte> bytes;
+    bytes.reserve(digits.size() / 2);
+    for (std::size_t i = 0; i < digits.size(); i += 2) {
+        unsigned byte = 0;
+        const char* pair = digits.data() + i;
+        if (digits.size() - i < 2 || std::from_chars(pair, pair + 2, byte, 16).ptr != pair + 2)
+            throw ScriptError("bytes are pairs of hexadecimal digits");
+        bytes.push_back(static_cast<std::byte>(byte));
+    }
+    return bytes;
 }
 
 const Value::Array& Value::array() const

@@ -36,6 +36,7 @@ public:
     explicit Value(Data data);
 
     bool isNull() const { return std::holds_alternative<std::nullptr_t>(data_); }
+    bool isText() const { return std::holds_alternative<std::string>(data_); }
 
     /// Any number, also as one of the texts "nan", "inf" and "-inf".
     double number() const;
@@ -57,6 +58,9 @@ public:
     bool flag() const;
 
     const std::string& text() const;
+
+    /// A text of hexadecimal digits, two a byte.
+    std::vector<std::byte> bytes() const;
     const Array& array() const;
     const Object& object() const;
 

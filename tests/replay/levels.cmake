@@ -1,0 +1,28 @@
+# Runs the program itself on all scripts over envelopes, each in a process of its own, because what
+# they thin by is read once: the output must be what was reviewed, one script after the other.
+
+file(GLOB scripts "${SCRIPTS}/*.jsonl")
+list(LENGTH scripts count)
+if(count LESS 5)
+    message(FATAL_ERROR "only ${count} scripts in ${SCRIPTS}")
+endif()
+set(expected "")
+foreach(script IN LISTS scripts)
+    string(REGEX REPLACE "jsonl$" "expected" reviewed "${script}")
+    file(READ "${reviewed}" text)
+    string(APPEND expected "${text}")
+endforeach()
+execute_process(COMMAND ${TOOL} replay --levels ${scripts} RESULT_VARIABLE code
+                OUTPUT_VARIABLE output ERROR_VARIABLE errors)
+if(NOT code EQUAL 0 OR NOT errors STREQUAL "")
+    message(SEND_ERROR "exit code ${code}: ${errors}")
+endif()
+if(NOT output STREQUAL expected)
+    string(REPLACE "\n" ";" output "${output}")
+    string(REPLACE "\n" ";" expected "${expected}")
+    foreach(line reviewed IN ZIP_LISTS output expected)
+        if(NOT line STREQUAL reviewed)
+            message(FATAL_ERROR "the first line that differs is\n${line}\nand not\n${reviewed}")
+        endif()
+    endforeach()
+endif()
