@@ -1,8 +1,10 @@
 #pragma once
 
 #include "cel/Cel.h"
+#include "interchange/CutObjects.h"
 #include "interchange/MaterialTable.h"
 #include "interchange/timecode.h"
+#include "platform/support/StoreMark.h"
 
 #include <string>
 #include <string_view>
@@ -22,6 +24,13 @@ struct Cut
     std::int64_t startFrame = 0;
     MaterialTable materials;
     std::vector<Kt::Ptr<Cel>> tracks;
+
+    /// What belongs to the tracks, under the identity of their channel. A track stream has no room
+    /// for it.
+    CutObjects objects;
+
+    /// The store that the cut was read from or saved to last, and its state then.
+    StoreMark stored;
 
     /// The track of that name; null when there is none.
     Kt::Ptr<Cel> track(std::string_view name) const;

@@ -14,9 +14,9 @@ namespace cel {
 /// What a reader found out about a file while reading it, in the order of the file.
 struct LoadFinding
 {
-    std::size_t offset; ///< byte of the file
-    std::string where;  ///< the layer, and the track if it is one's: "track V1 (layer C)"
-    std::string text;   ///< what is wrong
+    std::optional<std::size_t> offset; ///< byte of a stream
+    std::string where; ///< the layer, and the track if it is one's: "track V1 (layer C)"
+    std::string text;  ///< what is wrong
 };
 
 /// A cut that was read, and what was wrong with its file. Everything that could be read is in the

@@ -50,7 +50,7 @@ std::string describePlace(const Cut& cut, const CutFinding& finding)
     if (finding.offset)
         return "byte " + std::to_string(*finding.offset);
     if (finding.index < 0)
-        return "the whole track";
+        return finding.trackNumber == 0 ? "the whole file" : "the whole track";
     std::string place = "event " + std::to_string(finding.index);
     if (isRealTime(finding.time))
         place += " at " + recordTimecode(cut, finding.time) + " (" + number(finding.time) + " s)";
@@ -155,7 +155,7 @@ Json stepsAsJson(const std::vector<MendingStep>& steps)
 /// Saves what was mended; a file that is damaged itself stays as it is.
 void saveMended(const CheckOptions& options, const OpenedCut& opened, const MendedCut& mended)
 {
-    if (options.output.empty() && opened.kind != FileKind::stream)
+    if (options.output.empty() && !holdsEverything(opened.kind))
         throw Failure(kUsage, options.file + " is " + describe(opened.kind) +
                                   "; name a result with -o NEW.cel");
     if (options.output.empty() && !opened.findings.empty())
@@ -202,12 +202,11 @@ int runCheck(const CheckOptions& options)
 {
     if (!options.fix && !options.output.empty())
         throw Failure(kUsage, "-o is for --fix");
-    if (!options.output.empty() && kindOfName(options.output) != FileKind::stream)
-        throw Failure(kUsage, options.output + ": the result is a track stream; let its name end "
-                                               "in .cel");
+    if (!options.output.empty() && !holdsEverything(kindOfName(options.output)))
+        throw Failure(kUsage, options.output + kWrongResult);
     // What is judged is what the file holds, not what reading it would repair.
     setOrderRepair(false);
-    const OpenedCut opened = openCut(options.file);
+    const OpenedCut opened = openCut(options.file, std::nullopt, StoreCheck::structure);
     if (options.fix)
         return runFix(options, opened);
     const std::vector<CutFinding> findings = findingsOf(options, opened.cut, opened.findings);

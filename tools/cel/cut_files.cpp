@@ -2,6 +2,7 @@
 
 #include "interchange/edl.h"
 #include "interchange/text_list.h"
+#include "platform/support/object_file.h"
 #include "platform/support/utf8.h"
 #include "tools/cel/commands.h"
 #include "tools/cel/listed_sections.h"
@@ -12,6 +13,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <span>
 #include <string_view>
@@ -29,7 +31,12 @@ constexpr std::size_t kLargestFile = std::size_t(2) << 30;
     throw Failure(kUnreadable, path + ": " + why);
 }
 
-/// The bytes of a file, which may be a pipe: each is read once only.
+bool isStore(std::string_view head)
+{
+    return isObjectFile(std::as_bytes(std::span(head)));
+}
+
+/// The bytes of a file, which may be a pipe: each is read once only. Of a store only the first.
 std::string readBytes(const std::string& path)
 {
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),
@@ -38,7 +45,7 @@ std::string readBytes(const std::string& path)
         failReading(path, std::string("cannot be opened: ") + std::strerror(errno));
     std::string bytes;
     constexpr std::size_t kChunk = std::size_t(1) << 16;
-    for (std::size_t got = 1; got > 0 && bytes.size() <= kLargestFile;) {
+    for (std::size_t got = 1; got > 0 && bytes.size() <= kLargestFile && !isStore(bytes);) {
         const std::size_t before = bytes.size();
         bytes.resize(before + kChunk);
         got = std::fread(bytes.data() + before, 1, kChunk, file.get());
@@ -63,6 +70,8 @@ bool hasBlockOfTextList(std::string_view text)
 /// A zero byte is in every stream and in no text; a text edit list names itself.
 FileKind kindOfContent(std::string_view head, std::optional<FileKind> kindOfName)
 {
+    if (isStore(head) || kindOfName == FileKind::store)
+        return FileKind::store;
     if (head.find('\0') != std::string_view::npos || kindOfName == FileKind::stream)
         return FileKind::stream;
     return hasBlockOfTextList(head) ? FileKind::textList : FileKind::editList;
@@ -75,6 +84,19 @@ OpenedCut openStream(const std::string& path, std::string_view content)
     if (!loaded)
         failReading(path, error);
     return {FileKind::stream,
+            std::move(loaded->cut),
+            {},
+            std::move(loaded->findings),
+            "stored in the file"};
+}
+
+OpenedCut openStore(const std::string& path, StoreCheck check)
+{
+    std::string error;
+    std::optional<LoadedCut> loaded = loadStoredCut(path, error, check);
+    if (!loaded)
+        throw Failure(kUnreadable, error);
+    return {FileKind::store,
             std::move(loaded->cut),
             {},
             std::move(loaded->findings),
@@ -115,6 +137,17 @@ OpenedCut openTextList(const std::string& path)
             "from the list's FRAME_RESOLUTION"};
 }
 
+/// Whether tracks that are saved under that name go into a store.
+bool belongsInStore(const std::string& path)
+{
+    if (kindOfName(path) == FileKind::store)
+        return true;
+    std::string head(kHeadBytes, '\0');
+    std::ifstream file(path, std::ios::binary);
+    file.read(head.data(), static_cast<std::streamsize>(head.size()));
+    return isStore(std::string_view(head).substr(0, static_cast<std::size_t>(file.gcount())));
+}
+
 TextFile linesOf(std::string_view text)
 {
     TextFile file;
@@ -135,10 +168,17 @@ const char* describe(FileKind kind)
         return "an edit list";
     case FileKind::textList:
         return "a text edit list";
+    case FileKind::store:
+        return "a store";
     case FileKind::stream:
         break;
     }
     return "a track stream";
+}
+
+bool holdsEverything(std::optional<FileKind> kind)
+{
+    return kind == FileKind::stream || kind == FileKind::store;
 }
 
 std::optional<FileKind> kindOfName(const std::string& path)
@@ -150,6 +190,8 @@ std::optional<FileKind> kindOfName(const std::string& path)
     };
     if (endsIn(".cel"))
         return FileKind::stream;
+    if (endsIn(".celdb"))
+        return FileKind::store;
     if (endsIn(".edl"))
         return FileKind::editList;
     if (endsIn(".txt"))
@@ -157,7 +199,7 @@ std::optional<FileKind> kindOfName(const std::string& path)
     return std::nullopt;
 }
 
-OpenedCut openCut(const std::string& path, const std::optional<FrameRate>& rate)
+OpenedCut openCut(const std::string& path, const std::optional<FrameRate>& rate, StoreCheck check)
 {
     const Progress progress("reading " + path);
     const std::string content = readBytes(path);
@@ -168,6 +210,8 @@ OpenedCut openCut(const std::string& path, const std::optional<FrameRate>& rate)
     if (rate)
         throw Failure(kUsage, path + ": --rate is for edit lists; " + describe(kind) +
                                   " has a frame rate of its own");
+    if (kind == FileKind::store)
+        return openStore(path, check);
     return kind == FileKind::textList ? openTextList(path) : openStream(path, content);
 }
 
@@ -191,6 +235,11 @@ WrittenCut writeAs(FileKind kind, const Cut& cut, std::optional<Kt::Ed2Support::
         written.losses = std::move(list.losses);
     } else if (kind == FileKind::textList) {
         written.losses = exportTextList(cut, written.text, standard).losses;
+    } else if (kind == FileKind::stream) {
+        for (const auto& [id, object] : cut.objects.all())
+            written.losses.add(0, "object",
+                               "object " + std::string(id.asString().view()) + " of class " +
+                                   object.className + " stays behind: a stream holds tracks only");
     }
     return written;
 }
@@ -199,7 +248,11 @@ void saveWritten(WrittenCut& written, const std::string& path, SaveGuard guard)
 {
     const Progress progress("writing " + path);
     std::string error;
-    if (written.kind == FileKind::stream) {
+    if (written.kind == FileKind::store ||
+        (written.kind == FileKind::stream && belongsInStore(path))) {
+        if (!saveStoredCut(*written.cut, path, guard, error))
+            throw Failure(kUnwritable, error);
+    } else if (written.kind == FileKind::stream) {
         if (!saveCut(*written.cut, path, guard, error))
             throw Failure(kUnwritable, error);
     } else if (!written.text.save(pathToWide(path), TextFile::kLineFeed)) {

@@ -2,6 +2,7 @@
 
 #include "interchange/Cut.h"
 #include "interchange/LossLedger.h"
+#include "interchange/cel_store.h"
 #include "interchange/cel_stream.h"
 #include "platform/support/TextFile.h"
 #include "platform/support/frame_duration.h"
@@ -15,13 +16,20 @@
 namespace cel::tool {
 
 /// The kinds of files that hold a cut.
-enum class FileKind { stream, editList, textList };
+enum class FileKind { stream, store, editList, textList };
 
-/// "a track stream", "an edit list", "a text edit list".
+/// "a track stream", "a store", "an edit list", "a text edit list".
 const char* describe(FileKind kind);
 
-/// The kind that a file name ends in: ".cel", ".edl" or ".txt".
+/// The kind that a file name ends in: ".cel", ".celdb", ".edl" or ".txt".
 std::optional<FileKind> kindOfName(const std::string& path);
+
+/// Whether files of that kind hold all that a cut's tracks are: streams and stores do.
+bool holdsEverything(std::optional<FileKind> kind);
+
+/// What to say behind a name that is to be one of such a file and is not.
+inline constexpr const char* kWrongResult =
+    ": the result is a track stream or a store; let its name end in .cel or .celdb";
 
 /// A cut as it came out of a file.
 struct OpenedCut
@@ -35,9 +43,11 @@ struct OpenedCut
 
 /// Reads a cut of any kind, which its content tells, and its name where that is not enough.
 /// @param rate  frame rate for an edit list, which has none of its own.
+/// @param check  how closely a store is looked at.
 /// @throws Failure `kUnreadable` with the name of the file, `kUsage` for a rate that a file with
 /// one of its own does not need.
-OpenedCut openCut(const std::string& path, const std::optional<FrameRate>& rate = std::nullopt);
+OpenedCut openCut(const std::string& path, const std::optional<FrameRate>& rate = std::nullopt,
+                  StoreCheck check = StoreCheck::rows);
 
 /// The same beside a cut that is open: an edit list, which has no frame rate of its own, is read at
 /// the rate of that cut.
@@ -57,8 +67,9 @@ struct WrittenCut
 WrittenCut writeAs(FileKind kind, const Cut& cut,
                    std::optional<Kt::Ed2Support::TVStd> standard = std::nullopt);
 
-/// Puts it on the disk in one step: on a failure an old file of that name is as it was.
-/// @param guard  whether a stream may be written that would damage one of the tracks.
+/// Puts it on the disk in one step: on a failure an old file of that name is as it was. A stream
+/// goes into a store where the name ends in ".celdb" or the file is a store already.
+/// @param guard  whether a stream or a store may be written that would damage one of the tracks.
 /// @throws Failure `kUnwritable` with the name of the file and the reason.
 void saveWritten(WrittenCut& written, const std::string& path, SaveGuard guard);
 

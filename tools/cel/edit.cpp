@@ -49,8 +49,8 @@ void Edit::checkOptions() const
     demand(!makesFile() || request_.output.empty(),
            "-o is for an edit of the cut; the stretch goes to " + request_.to);
     for (const std::string& path : {target(), request_.output})
-        demand(path.empty() || path == request_.file || kindOfName(path) == FileKind::stream,
-               path + ": the result is a track stream; let its name end in .cel");
+        demand(path.empty() || path == request_.file || holdsEverything(kindOfName(path)),
+               path + kWrongResult);
 }
 
 void Edit::run()

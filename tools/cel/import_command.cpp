@@ -90,15 +90,15 @@ Json arrivalAsJson(const ImportOptions& options, const OpenedCut& opened, bool w
 
 int runImport(const ImportOptions& options)
 {
-    if (kindOfName(options.output) != FileKind::stream)
-        throw Failure(kUsage, options.output + ": the result is a track stream; let its name end "
-                                               "in .cel");
-    const OpenedCut opened = openCut(options.input, rateOf(options));
+    const std::optional<FileKind> kind = kindOfName(options.output);
+    if (!holdsEverything(kind))
+        throw Failure(kUsage, options.output + kWrongResult);
+    OpenedCut opened = openCut(options.input, rateOf(options));
+    WrittenCut written = writeAs(*kind, opened.cut);
+    opened.losses.append(written.losses);
     const bool refused = options.strict && !(opened.losses.empty() && opened.findings.empty());
-    if (!refused) {
-        WrittenCut stream = writeAs(FileKind::stream, opened.cut);
-        saveWritten(stream, options.output, options.force ? SaveGuard::force : SaveGuard::refuse);
-    }
+    if (!refused)
+        saveWritten(written, options.output, options.force ? SaveGuard::force : SaveGuard::refuse);
 
     std::string report;
     if (options.json) {

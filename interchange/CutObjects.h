@@ -1,0 +1,67 @@
+#pragma once
+
+#include "platform/support/IdStamp.h"
+#include "platform/support/Streamable.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace cel {
+
+/// An object that travels with a cut: a track's envelope or switches, the effect of a section.
+struct CutObject
+{
+    IdStamp id{0, 0, 0};
+
+    /// The object itself; null for one of a class that is not known here, of which only the bytes
+    /// travel.
+    Kt::Ptr<Streamable> object;
+
+    std::string className; ///< short hierarchy name
+    unsigned char revision = 0;
+    std::vector<std::byte> layers;
+};
+
+/// The objects of a cut besides its tracks, each under its identity, and what they are to whom.
+class CutObjects
+{
+public:
+    /// What an object is to its owner; the null stamp stands for the cut.
+    struct Place
+    {
+        IdStamp owner{0, 0, 0};
+        std::string role;
+        std::uint32_t position = 0; ///< among those of the same role
+
+        auto operator<=>(const Place&) const = default;
+    };
+
+    /// Puts an object under its identity, in place of what was there.
+    void put(CutObject object);
+
+    /// The same for an object that is known here.
+    void put(const IdStamp& id, const Kt::Ptr<Streamable>& object);
+
+    /// Names an object; the place may have named another one before.
+    void name(const Place& place, const IdStamp& object);
+
+    /// Takes an object out, with all its names. O(names).
+    void remove(const IdStamp& id);
+
+    /// Null when there is none. O(log n).
+    const CutObject* find(const IdStamp& id) const;
+    const CutObject* find(const Place& place) const;
+
+    const std::map<IdStamp, CutObject>& all() const { return objects_; }
+    const std::map<Place, IdStamp>& names() const { return names_; }
+
+private:
+    std::map<IdStamp, CutObject> objects_;
+    std::map<Place, IdStamp> names_;
+};
+
+} // namespace cel
