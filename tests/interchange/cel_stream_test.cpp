@@ -18,7 +18,8 @@ std::string text(const std::vector<LoadFinding>& findings)
 {
     std::string all;
     for (const LoadFinding& finding : findings)
-        all += std::to_string(finding.offset) + " " + finding.where + ": " + finding.text + "\n";
+        all += std::to_string(finding.offset.value()) + " " + finding.where + ": " + finding.text +
+               "\n";
     return all;
 }
 

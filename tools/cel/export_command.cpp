@@ -71,7 +71,8 @@ int runExport(const ExportOptions& options)
     const std::string& output = options.files.back();
     const std::optional<FileKind> kind = kindOfName(output);
     if (options.files.size() < 2 || !kind)
-        throw Failure(kUsage, "the last argument names the result: OUT.edl, OUT.txt or OUT.cel");
+        throw Failure(kUsage, "the last argument names the result: OUT.edl, OUT.txt, OUT.cel or "
+                              "OUT.celdb");
     if (!options.standard.empty() && kind != FileKind::textList)
         throw Failure(kUsage, "--standard is for a text edit list (OUT.txt)");
 
@@ -101,10 +102,11 @@ int runExport(const ExportOptions& options)
 void addExportCommand(CLI::App& program, int& exitCode)
 {
     auto options = std::make_shared<ExportOptions>();
-    Command command(program, "export", "Writes a cut as edit list, text edit list or track stream");
+    Command command(program, "export",
+                    "Writes a cut as edit list, text edit list, track stream or store");
     command.arguments("FILE.cel [TRACK...] OUT", options->files,
                       "The cut, the tracks to take (all without names), and the result, whose name "
-                      "ends in .edl, .txt or .cel",
+                      "ends in .edl, .txt, .cel or .celdb",
                       true);
     command.option("--standard", options->standard,
                    "Frame units of a text edit list; the nearest to the cut's rate without it",

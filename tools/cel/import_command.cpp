@@ -122,10 +122,12 @@ int runImport(const ImportOptions& options)
 void addImportCommand(CLI::App& program, int& exitCode)
 {
     auto options = std::make_shared<ImportOptions>();
-    Command command(program, "import",
-                    "Brings an edit list, a text edit list or a track stream into a .cel file");
+    Command command(
+        program, "import",
+        "Brings an edit list, a text edit list or a track stream into a .cel or .celdb file");
     command.argument("IN", options->input, "What to read; its content tells the kind");
-    command.argument("OUT", options->output, "The .cel file to write; an old one is replaced");
+    command.argument("OUT", options->output,
+                     "The .cel or .celdb file to write; an old one is replaced");
     command.option("--rate", options->rate,
                    "Frames a second of an edit list: 24, 29.97, 29.97df, 30000/1001; guessed from "
                    "the list without it");

@@ -1,0 +1,266 @@
+#include "interchange/cel_store.h"
+
+#include "cel/audit.h"
+#include "platform/support/layers.h"
+#include "platform/support/object_file.h"
+#include "tests/interchange/cut_text.h"
+#include "tests/support/golden.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/sql.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/track_notation.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace cel::test {
+namespace {
+
+using testing::HasSubstr;
+
+std::string text(const std::vector<LoadFinding>& findings)
+{
+    std::string all;
+    for (const LoadFinding& finding : findings)
+        all += finding.where + ": " + finding.text + "\n";
+    return all;
+}
+
+LoadedCut load(const std::filesystem::path& path)
+{
+    std::string error;
+    auto loaded = loadStoredCut(path, error, StoreCheck::structure);
+    EXPECT_TRUE(loaded) << error;
+    return loaded ? std::move(*loaded) : LoadedCut();
+}
+
+/// @return what went wrong.
+std::string save(const Cut& cut, const std::filesystem::path& path,
+                 SaveGuard guard = SaveGuard::refuse)
+{
+    std::string error;
+    const bool saved = saveStoredCut(cut, path, guard, error);
+    EXPECT_EQ(saved, error.empty());
+    return error;
+}
+
+Cut cutOf(std::initializer_list<const char*> tracks)
+{
+    Cut cut;
+    for (const char* notation : tracks)
+        fill(*cut.addTrack(kVideoCookie), notation);
+    return cut;
+}
+
+std::string tracksOf(const Cut& cut)
+{
+    std::string all;
+    for (const Kt::Ptr<Cel>& track : cut.tracks)
+        all += (all.empty() ? "" : " | ") + describe(*track);
+    return all;
+}
+
+CutObject unknown(const IdStamp& id, const std::string& content)
+{
+    const auto bytes = std::as_bytes(std::span(content));
+    return {id, nullptr, "Future", 9, {bytes.begin(), bytes.end()}};
+}
+
+TEST(StoredCut, ComesBackAsTheStreamWouldBringIt)
+{
+    const TemporaryFolder folder;
+    std::string error;
+    std::vector<std::vector<std::byte>> streams = {hexFile("cut")};
+    const LogCapture log;
+    // Damaged tracks too: what the form holds is written as it is, and audited as it was.
+    for (const char* notation : {"A0-4:1>0~20*2%3! B4-6", "A<0@0 A=1:0.5 A=2 A>3@3", "A'0-4 B4-6",
+                                 "B4-6 A0-4", "A0-4", ""})
+        streams.push_back(writeCut(cutOf({".0-1", notation})));
+    for (const std::vector<std::byte>& stream : streams) {
+        const auto path = folder / (std::to_string(stream.size()) + ".celdb");
+        const LoadedCut cut = *readCut(stream, error);
+        EXPECT_EQ(save(cut.cut, path, SaveGuard::force), "");
+        const LoadedCut stored = load(path);
+        EXPECT_EQ(text(stored.findings), text(cut.findings));
+        EXPECT_EQ(describe(stored.cut), describe(cut.cut));
+        EXPECT_EQ(hexText(writeCut(stored.cut)), hexText(writeCut(cut.cut)));
+        for (std::size_t i = 0; i < cut.cut.tracks.size(); ++i)
+            EXPECT_EQ(audit(*stored.cut.tracks[i]).size(), audit(*cut.cut.tracks[i]).size());
+    }
+}
+
+TEST(StoredCut, BringsItsObjectsAlongKnownOrNot)
+{
+    const TemporaryFolder folder;
+    Cut cut = cutOf({"A0-4", "B0-4"});
+    const IdStamp first = cut.tracks[0]->editChannelId();
+    const CutObjects::Place levels{first, "levels", 0};
+    cut.objects.put(IdStamp(1, 1, 1), track("C0-1"));
+    cut.objects.name(levels, IdStamp(1, 1, 1));
+    cut.objects.put(unknown(IdStamp(2, 2, 2), "effect"));
+    cut.objects.put(unknown(IdStamp(3, 3, 3), ""));
+    cut.objects.name({first, "notes", 5}, IdStamp(3, 3, 3));
+    EXPECT_EQ(save(cut, folder / "a.celdb"), "");
+
+    for (const char* next : {"b.celdb", "c.celdb", "a.celdb"}) {
+        const LoadedCut loaded = load(folder / (next[0] == 'a' ? "c.celdb" : "a.celdb"));
+        EXPECT_EQ(text(loaded.findings), "");
+        EXPECT_EQ(tracksOf(loaded.cut), "A0-4 | B0-4");
+        EXPECT_EQ(loaded.cut.objects.names(), cut.objects.names());
+        const CutObject* const effect = loaded.cut.objects.find(IdStamp(2, 2, 2));
+        ASSERT_TRUE(effect);
+        EXPECT_EQ(effect->className, "Future");
+        EXPECT_EQ(effect->revision, 9);
+        EXPECT_EQ(effect->layers, cut.objects.find(IdStamp(2, 2, 2))->layers);
+        const CutObject* const known = loaded.cut.objects.find(levels);
+        ASSERT_TRUE(known && known->object);
+        EXPECT_EQ(describe(*Kt::dynamicCast<Cel>(known->object)), "C0-1");
+        EXPECT_EQ(save(loaded.cut, folder / next), "");
+    }
+
+    Cut changed = load(folder / "a.celdb").cut;
+    fill(*Kt::dynamicCast<Cel>(changed.objects.find(levels)->object), "D1-2");
+    changed.objects.remove(IdStamp(3, 3, 3));
+    EXPECT_EQ(save(changed, folder / "a.celdb"), "");
+    const Cut again = load(folder / "a.celdb").cut;
+    EXPECT_EQ(describe(*Kt::dynamicCast<Cel>(again.objects.find(levels)->object)), "C0-1 D1-2");
+    EXPECT_EQ(again.objects.all().size(), 2U);
+    EXPECT_EQ(again.objects.names().size(), 1U);
+}
+
+TEST(StoredCut, KeepsTheOrderOfTracksWhateverTheirIdentities)
+{
+    const TemporaryFolder folder;
+    Cut cut = cutOf({"A0-4", "B0-4", "C0-4", "D0-4"});
+    cut.tracks[1]->editChannelInfo("V2", cut.tracks[0]->editChannelId(), "picture", {});
+    cut.tracks[2]->editChannelInfo("V3", IdStamp(0, 0, 0), "picture", {});
+    cut.tracks[3]->editChannelInfo("V4", IdStamp(0, 0, 1), "picture", {}); // the cut's own
+    EXPECT_EQ(save(cut, folder / "cut"), "");
+    Cut loaded = load(folder / "cut").cut;
+    EXPECT_EQ(tracksOf(loaded), "A0-4 | B0-4 | C0-4 | D0-4");
+    std::swap(loaded.tracks[0], loaded.tracks[3]);
+    loaded.tracks.erase(loaded.tracks.begin() + 1);
+    EXPECT_EQ(save(loaded, folder / "cut"), "");
+    EXPECT_EQ(tracksOf(load(folder / "cut").cut), "D0-4 | C0-4 | A0-4");
+}
+
+TEST(StoredCut, NamesWhatIsDamagedAndReadsTheRest)
+{
+    // clang-format off
+    struct Case { const char* sql; const char* tracks; const char* findings; };
+    const Case cases[] = {
+        {"UPDATE object SET layers = x'00' WHERE number = 3", "B0-4",
+         "object 1-2-80000003 (class C), track 1: its checksum does not match: it is not what was written\n"
+         "file: it should hold 2 tracks, but 1 could be read\n"},
+        {"DELETE FROM object WHERE number = 1", "A0-4 | B0-4",
+         "file: it should hold 4 objects, but 3 were found\n"
+         "file: title, frame rate and start are missing; 25 frames a second were taken\n"},
+        {"DELETE FROM object WHERE number = 2", "A0-4 | B0-4",
+         "file: it should hold 4 objects, but 3 were found\n"
+         "file: the names of the material are missing\n"},
+        {"DELETE FROM name", "A0-4 | B0-4", "file: it should hold 2 names, but 0 were found\n"},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.sql);
+        const TemporaryFolder folder;
+        Cut cut = cutOf({"A0-4", "B0-4"});
+        cut.tracks[0]->editChannelInfo("V1", IdStamp(1, 2, 0x80000003), "picture", {});
+        EXPECT_EQ(save(cut, folder / "cut"), "");
+        runSql(folder / "cut", c.sql);
+        const LoadedCut loaded = load(folder / "cut");
+        EXPECT_EQ(tracksOf(loaded.cut), c.tracks);
+        EXPECT_EQ(text(loaded.findings), c.findings);
+    }
+}
+
+TEST(StoredCut, KeepsLayersThatTheirClassRefuses)
+{
+    const TemporaryFolder folder;
+    Cut cut = cutOf({"A0-4"});
+    StreamFile file;
+    PStream stream(file);
+    writeLayer(stream, "C", [](PStream& body) {
+        body.file().setDouble(1.0);
+        return static_cast<unsigned char>(5);
+    });
+    const auto bytes = file.bytes();
+    cut.objects.put({IdStamp(1, 1, 1), nullptr, "C", 5, {bytes.begin(), bytes.end()}});
+    EXPECT_EQ(save(cut, folder / "cut"), "");
+    const LogCapture log;
+    for (int i = 0; i < 2; ++i) {
+        const LoadedCut loaded = load(folder / "cut");
+        EXPECT_THAT(text(loaded.findings),
+                    testing::StartsWith("object 1-1-1 (class C): it cannot be read: Unrecognised"));
+        EXPECT_EQ(loaded.cut.objects.find(IdStamp(1, 1, 1))->layers.size(), bytes.size());
+        EXPECT_EQ(save(loaded.cut, folder / "cut"), "");
+    }
+}
+
+TEST(StoredCut, ThatIsNoneNamesTheReason)
+{
+    const TemporaryFolder folder;
+    StoreMark mark;
+    std::string error;
+    ASSERT_TRUE(createObjectFile(folder / "nothing", {}, {}, mark, error)) << error;
+    putContent(folder / "text", "TITLE: CUT");
+    // clang-format off
+    struct Case { const char* file; const char* reason; };
+    const Case cases[] = {{"nothing", "it holds nothing that can be read as a cut"},
+                          {"text",    "it is no store"}, {"absent", "cannot be opened"}};
+    // clang-format on
+    for (const Case& c : cases) {
+        EXPECT_FALSE(loadStoredCut(folder / c.file, error));
+        EXPECT_THAT(error, HasSubstr(c.reason));
+        EXPECT_THAT(error, HasSubstr((folder / c.file).string()));
+    }
+}
+
+TEST(SavingToAStore, RefusesWhatItWouldDamageAndLeavesEveryTrackUnsaved)
+{
+    const TemporaryFolder folder;
+    const LogCapture log;
+    const Cut cut = cutOf({".0-1", "A'<0@0 A'=1 A'>2@2"});
+    EXPECT_THAT(save(cut, folder / "cut"),
+                HasSubstr("was not written, since it would damage the cut: track V2: none of its 3 "
+                          "events, which are not in pairs, would be left"));
+    EXPECT_FALSE(std::filesystem::exists(folder / "cut"));
+    EXPECT_NE(save(cut, folder / "absent/cut", SaveGuard::force), "");
+    EXPECT_EQ(cut.tracks[0]->is_dirty() + cut.tracks[1]->is_dirty(), 2);
+    EXPECT_EQ(save(cut, folder / "cut", SaveGuard::force), "");
+    EXPECT_EQ(cut.tracks[0]->is_dirty() + cut.tracks[1]->is_dirty(), 0);
+}
+
+TEST(SavingToAStore, LosesNeitherOfTwoEdits)
+{
+    const TemporaryFolder folder;
+    EXPECT_EQ(save(cutOf({"A0-4"}), folder / "cut"), "");
+    Cut first = load(folder / "cut").cut;
+    const Cut second = load(folder / "cut").cut;
+    fill(*first.tracks[0], "B4-5");
+    std::string error;
+    ASSERT_TRUE(saveStoredCut(first, folder / "cut", SaveGuard::refuse, error, &first.stored));
+    fill(*second.tracks[0], "C4-5");
+    EXPECT_THAT(save(second, folder / "cut"), HasSubstr("another program has saved to it"));
+    EXPECT_EQ(second.tracks[0]->is_dirty(), 1);
+    EXPECT_EQ(save(second, folder / "copy"), "");
+    fill(*first.tracks[0], "D5-6");
+    EXPECT_EQ(save(first, folder / "cut"), "");
+    EXPECT_EQ(tracksOf(load(folder / "cut").cut), "A0-4 B4-5 D5-6");
+    EXPECT_EQ(tracksOf(load(folder / "copy").cut), "A0-4 C4-5");
+}
+
+TEST(SavingToAStore, HoldsMoreTracksThanAStream)
+{
+    const TemporaryFolder folder;
+    Cut cut;
+    for (int i = 0; i < 1500; ++i)
+        cut.addTrack(kAudioCookie, i + 1)->appendEventPair(material('a'), 0.0, 1.0, 0.0);
+    EXPECT_EQ(save(cut, folder / "cut"), "");
+    const LoadedCut loaded = load(folder / "cut");
+    EXPECT_EQ(text(loaded.findings), "");
+    EXPECT_EQ(describe(loaded.cut), describe(cut));
+}
+
+} // namespace
+} // namespace cel::test
