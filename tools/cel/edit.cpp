@@ -78,6 +78,7 @@ EditedTrack Edit::editTrack(std::size_t index, std::optional<MaterialStretch> ma
     EditedTrack edited;
     try {
         edited.done = operation_.run(edit);
+        edit.layOnLines();
     } catch (const Kt::Exception::Base& fault) {
         edit.refuse(fault.what());
     }
@@ -118,25 +119,21 @@ void Edit::checkOutcome(EditedTrack& edited) const
 /// Adds what was taken out as tracks of the same cut, at their own times.
 void Edit::placeProduced()
 {
-    std::size_t next = 0;
-    std::string names = request_.to + ",";
-    for (const EditedTrack& edited : tracks_) {
-        const std::size_t comma = names.find(',', next);
-        const std::string name = names.substr(next, comma - next);
-        next = comma + 1;
-        if (name.empty() || cut_.track(name) || next > names.size())
-            throw Failure(kUsage, "--to " + printable(request_.to) +
-                                      ": name a new track for each that is taken from" +
-                                      (cut_.track(name) ? "; there is a " + name : ""));
-        const Kt::Ptr<Cel> added = cut_.addTrack(kindOf(*edited.before));
-        edited.after->editChannelInfo(name, added->editChannelId(), added->editChannelSubType(),
-                                      {});
-        cut_.tracks.back() = edited.after;
+    const std::vector<std::string> names = splitNames(request_.to);
+    if (names.size() != tracks_.size())
+        throw Failure(kUsage, "--to " + printable(request_.to) + ": name a new track for each of " +
+                                  counted(static_cast<long long>(tracks_.size()), "track"));
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        if (names[i].empty() || cut_.track(names[i]))
+            throw Failure(kUsage,
+                          "--to " + printable(request_.to) +
+                              (names[i].empty() ? ": a track needs a name"
+                                                : ": there is a track " + names[i] + " already"));
+        const Kt::Ptr<Cel>& made = tracks_[i].after;
+        const Kt::Ptr<Cel> added = cut_.addTrack(kindOf(*tracks_[i].before));
+        made->editChannelInfo(names[i], added->editChannelId(), added->editChannelSubType(), {});
+        cut_.tracks.back() = made;
     }
-    if (next != names.size())
-        throw Failure(kUsage, "--to " + printable(request_.to) +
-                                  " names more tracks than there "
-                                  "are to take from");
 }
 
 bool Edit::changesCut() const

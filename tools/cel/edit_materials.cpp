@@ -18,11 +18,12 @@ std::string insert(TrackEdit& edit)
 {
     const double at = edit.place(0, edit.start(), kLongestCut);
     const MaterialStretch& material = edit.material();
-    if (edit.track().numEvents() == 0)
+    if (edit.track().numEvents() == 0) {
         edit.become(*material.at(at, edit.frame()));
-    else
+        edit.fillWithBlack(0.0, 0.0, {});
+    } else {
         edit.track().insert(material.track.get(), material.range, at, {});
-    edit.fillWithBlack(0.0, 0.0);
+    }
     edit.mark({at, at}, {at, at + material.length()});
     return "inserted " + material.text + " at " + edit.at(at) + ", " +
            edit.lasting(material.length());
@@ -58,7 +59,7 @@ std::string weld(TrackEdit& edit)
     // The track moves what it is given by its length: from its start on that leads to its end.
     const Kt::Ptr<Cel> behind = material.at(start, edit.frame());
     edit.track().weld(behind.get(), pause);
-    edit.fillWithBlack(start, end);
+    edit.fillWithBlack(start, end, {end, end + pause});
     edit.mark({end, end}, {end + pause, end + pause + material.length()});
     return "welded " + material.text + " at " + edit.at(end + pause) + ", " +
            edit.lasting(material.length()) +
@@ -110,7 +111,8 @@ std::vector<TimeRange> materialOf(const Cel& track)
 }
 
 /// The track without the black that lies where `other` has material, which leaves holes.
-Kt::Ptr<Cel> openedFor(const TrackEdit& edit, const Cel& track, const Cel& other)
+/// @param holes  grows by the black that was there.
+Kt::Ptr<Cel> openedFor(const TrackEdit& edit, const Cel& track, const Cel& other, TimeRange& holes)
 {
     Meeting meeting(materialOf(other));
     const Kt::Ptr<Cel> opened(new Cel(track.numEvents(), track.get_resolution()));
@@ -119,10 +121,13 @@ Kt::Ptr<Cel> openedFor(const TrackEdit& edit, const Cel& track, const Cel& other
         if (met && !in.strip_name().isBlack())
             edit.refuse("material plays at " + edit.at(std::max(met->from, in.edit_time())) +
                         " already, and an overlay fills black only; replace overwrites");
-        if (!met) {
-            opened->addEvent(in);
-            opened->addEvent(out);
+        if (met) {
+            holes.from = std::min(holes.from, in.edit_time());
+            holes.to = std::max(holes.to, out.edit_time());
+            return;
         }
+        opened->addEvent(in);
+        opened->addEvent(out);
     });
     return opened;
 }
@@ -166,7 +171,8 @@ std::string overlay(TrackEdit& edit)
     const double start = edit.start();
     const double end = edit.end();
 
-    const Kt::Ptr<Cel> below = openedFor(edit, edit.track(), *above);
+    TimeRange holes = placed;
+    const Kt::Ptr<Cel> below = openedFor(edit, edit.track(), *above, holes);
     if (const auto both = commonCut(*below, *above))
         edit.refuse("both tracks have a cut at " + edit.at(*both) +
                     ", where an overlay cannot tell them apart; replace can");
@@ -174,7 +180,7 @@ std::string overlay(TrackEdit& edit)
     if (!merged)
         edit.refuse("the two tracks cannot be merged");
     edit.become(*merged);
-    edit.fillWithBlack(start, end);
+    edit.fillWithBlack(start, end, holes);
     edit.mark(placed, placed);
     return "laid " + material.text + " over the black from " + edit.from(placed);
 }

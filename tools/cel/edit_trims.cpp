@@ -53,10 +53,17 @@ std::string trimBlack(TrackEdit& edit, trim_type type)
 
     edit.track().deselect_all_trims();
     ce_handle section = edit.track().find_ceh(in, in_point);
+    const double strip = section.get_strip_time();
+    const float velocity = section.get_strip_velocity();
+    const double speed = velocity == kUnsetVelocity ? 1.0 : double{velocity};
     section.select_trim(type);
     const double applied = edit.track().do_trim(by);
+    // The track rolls at normal speed; at any other, what is left of the section would play other
+    // material than before.
+    if (rolls)
+        section.set_strip_time(strip + speed * applied);
     edit.track().deselect_all_trims();
-    edit.fillWithBlack(start, rolls ? end : 0.0);
+    edit.fillWithBlack(start, rolls ? end : 0.0, {in + applied, in + applied});
     edit.mark({in, in}, applied < 0.0 ? TimeRange{in + applied, in} : TimeRange{in, in + applied});
     const std::string amount = edit.lasting(applied);
     return rolls ? "moved the head of the section at " + edit.at(in) + " by " + amount +

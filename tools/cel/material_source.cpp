@@ -90,18 +90,23 @@ std::vector<MaterialStretch> blackFor(const Cut& cut, const std::vector<std::siz
 
 } // namespace
 
-std::vector<std::size_t> tracksOfList(const Cut& cut, const std::string& names)
+std::vector<std::string> splitNames(const std::string& names)
 {
-    for (std::size_t i = 0; i < cut.tracks.size(); ++i)
-        if (nameOfTrack(cut, i) == names)
-            return {i};
     std::vector<std::string> single;
     for (std::size_t from = 0; from <= names.size();) {
         const std::size_t comma = std::min(names.find(',', from), names.size());
         single.push_back(names.substr(from, comma - from));
         from = comma + 1;
     }
-    return chosenTracks(cut, single);
+    return single;
+}
+
+std::vector<std::size_t> tracksOfList(const Cut& cut, const std::string& names)
+{
+    for (std::size_t i = 0; i < cut.tracks.size(); ++i)
+        if (nameOfTrack(cut, i) == names)
+            return {i};
+    return chosenTracks(cut, splitNames(names));
 }
 
 std::vector<MaterialStretch> collectMaterial(const OpenedCut& opened, Cut& cut,

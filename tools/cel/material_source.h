@@ -16,7 +16,10 @@ struct MaterialRequest
     std::string black;              ///< a length
 };
 
-/// "V1,A1" taken apart; a track whose name has a comma is meant as a whole.
+/// "V1,A1" taken apart.
+std::vector<std::string> splitNames(const std::string& names);
+
+/// The tracks that such a list names; a track whose name has a comma is meant as a whole.
 /// @throws Failure `kUsage` for a track that there is not.
 std::vector<std::size_t> tracksOfList(const Cut& cut, const std::string& names);
 

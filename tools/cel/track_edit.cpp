@@ -1,5 +1,6 @@
 #include "tools/cel/track_edit.h"
 
+#include "cel/audit.h"
 #include "tools/cel/commands.h"
 #include "tools/cel/positions.h"
 #include "tools/cel/text.h"
@@ -170,7 +171,7 @@ void TrackEdit::become(const Cel& result)
     track_.editChannelInfo(name, id, subType, materialInfo);
 }
 
-void TrackEdit::fillWithBlack(double start, double end)
+void TrackEdit::fillWithBlack(double start, double end, const TimeRange& holes)
 {
     if (track_.get_start_time() > start + kTimeEpsilon) {
         const Kt::Ptr<Cel> head(new Cel(0, frame()));
@@ -179,7 +180,22 @@ void TrackEdit::fillWithBlack(double start, double end)
     }
     if (track_.get_end_time() < end - kTimeEpsilon)
         track_.appendEventPair(blackOf(track_), 0.0, end - track_.get_end_time(), -1.0);
-    track_.simplifyTidy(Editable::invalidRange());
+    track_.simplifyTidy({holes.from, holes.to});
+}
+
+void TrackEdit::layOnLines()
+{
+    const auto troubles = [](const Cel& track) {
+        const std::vector<Finding> findings = audit(track);
+        return std::count_if(findings.begin(), findings.end(),
+                             [](const Finding& f) { return f.severity != Severity::note; });
+    };
+    const auto before = troubles(track_);
+    if (before == 0)
+        return;
+    const Kt::Ptr<Cel> laid = track_.copy();
+    if (troubles(*laid) < before)
+        become(*laid);
 }
 
 void TrackEdit::mark(const TimeRange& before, const TimeRange& after)

@@ -92,8 +92,13 @@ public:
     /// Takes the events of another track over; the track stays the channel that it is.
     void become(const Cel& result);
 
-    /// Fills holes with black: inside the track, and from `start` to it and from it to `end`.
-    void fillWithBlack(double start, double end);
+    /// Puts black where the track should have something and has not: from `start` to it, from it
+    /// to `end`, and into the holes that end in `holes`. Others are left as they are.
+    void fillWithBlack(double start, double end, const TimeRange& holes);
+
+    /// Lays every section on one line of strip time where an edit moved its ends onto frames and
+    /// left their strip times behind. What plays is the same: the in point tells it.
+    void layOnLines();
 
     /// The result is a track of its own.
     void produce(const Kt::Ptr<Cel>& made) { produced_ = made; }
