@@ -16,10 +16,13 @@
 #include <atomic>
 #include <cstdint>
 #include <map>
+#include <optional>
+#include <set>
 #include <span>
 #include <vector>
 
 class Cel;
+class EffectInstance_opu4h5a4j;
 class TextFile;
 
 namespace cel {
@@ -27,8 +30,14 @@ struct CelState;
 CEL_API CelState inspect(const Cel& track);
 CEL_API bool sectionsMeet(const Cel& track);
 namespace detail {
+class ObjectJournal;
 class Qualifies;
-}
+struct BlackGap;
+struct CutPlace;
+struct InsertionPlace;
+struct Splice;
+struct TrimScan;
+} // namespace detail
 } // namespace cel
 
 /// One edit track: a channel event list.
@@ -292,7 +301,8 @@ public:
     ///     |  A  |  B  |  C  |   ->   | A|B |  C  |
     ///        ^-----^
     /// Sections that the ends fall into are cut first. Nothing happens when the start lies on no
-    /// section or an end is not finite. Linear in the events from the start on, one move of them.
+    /// section or an end is a NaN. Kept: an end that lies on no section, in a hole, takes all that
+    /// follows with it. Linear in the events from the start on, one move of them.
     void remove(const Range& range);
 
     /// Opens a gap at `at` and fills it with what `source` has in `range`, black where it has
@@ -473,7 +483,8 @@ protected:
     virtual bool keepsSegmentObjects() const;
 
     /// Whether the cut at out point `index` plays on seamlessly. Reads events `index` - 1 to
-    /// `index` + 2; false when they are not all there.
+    /// `index` + 2; false when they are not all there. Asked in the middle of a simplification, so
+    /// it reads no other events and does not throw.
     virtual bool isMatchFrameCut(int index) const;
 
     /// Gives a copied section its own effect object. The event that is being built receives the
@@ -482,6 +493,8 @@ protected:
     /// @param h       the section that is copied, on its own track.
     /// @param share   the part of its duration that the copy will keep.
     /// @param method  which part that is; `resizeSegmentObject` is called with both afterwards.
+    /// May throw: then the edit does not happen, and `destroySegmentObject` is called for what it
+    /// had copied.
     virtual void copySegmentObject(const ce_handle& h, ChannelEvent& event, const IdMap& idMap,
                                    double share, ParamResizeMethod method);
 
@@ -489,7 +502,9 @@ protected:
     /// the track is whole again; must not throw.
     virtual void destroySegmentObject(const IdStamp& id);
 
-    /// A section keeps `share` of its former duration: its effect object follows.
+    /// A section keeps `share` of its former duration: its effect object follows. When an edit is
+    /// taken back, the former duration is restored by a share above 1; objects of the track's
+    /// store come back exactly as they were.
     virtual void resizeSegmentObject(const IdStamp& id, double share, ParamResizeMethod method);
 
 private:
@@ -526,94 +541,36 @@ private:
     const ChannelEvent& eventOf(const ce_handle& h, const char* message) const;
     ChannelEvent& changeEventOf(const ce_handle& h, const char* message);
 
-    /// Where a cut would fall.
-    struct CutPlace
-    {
-        int in = -1;
-        int out = -1;
-        enum { nowhere, atInPoint, insideSection } kind = nowhere;
-    };
-
-    /// A cut that was made, and what it takes to undo it.
-    struct OpenedCut
-    {
-        int in;
-        int secondIn;
-        int out;
-        std::int32_t formerDirty;
-        std::int32_t formerPending;
-        ChannelEvent formerIn;
-        ChannelEvent formerOut;
-    };
-
-    /// What one walk over the trim selections finds.
-    struct TrimScan
-    {
-        double allowed = 0.0;
-        std::vector<int> selected;
-        bool onlyWholeSections = true; ///< each selection stands in a section of its own
-    };
-
-    /// Where an insertion goes.
-    struct InsertionPlace
-    {
-        double at = 0.0;
-        int index = 0;
-        CutPlace cut;             ///< the section that the material splits, if it does
-        bool inGap = false;       ///< no section holds the place: black fills up to it
-        double blackBehind = 0.0; ///< seconds by which the track is pushed later as well
-    };
-
-    /// One edit of a stretch of events, worked out before anything changes.
-    struct Splice
-    {
-        std::size_t first = 0;            ///< the events from here ...
-        std::size_t end = 0;              ///< ... to here go
-        std::vector<ChannelEvent> events; ///< these take their place
-        std::size_t moving = 0;           ///< those from here on move with the rest of the track,
-        double closed = 0.0;              ///< by these seconds
-        double opened = 0.0;              ///< and these, onto the grid
-        bool ontoGrid = false;
-
-        bool changesAnything() const { return end > first || !events.empty(); }
-    };
+    class RangeEdit;
     class InsertedMaterial;
     class Extraction;
     class Compaction;
+    class BlackJoining;
+    class RemovedObjects;
 
-    /// A place behind an out point where a section of black goes.
-    struct BlackGap
-    {
-        std::size_t out;
-        Cookie black;
-        bool empty; ///< of no length; else up to the next in point
-    };
+    cel::detail::CutPlace placeOfCut(double t) const;
 
-    void apply(const Splice& splice);
-    bool isPlain(const CutPlace& place) const;
-    Splice spliceOut(const Range& range, const CutPlace& from, const CutPlace& to) const;
-    Splice spliceAt(const InsertionPlace& place) const;
-    void removeStepByStep(const Range& range, std::vector<IdStamp>& removed);
-    void takePairs(int index, int pairs, bool shuffle, std::vector<IdStamp>& removed);
-    void destroyObjects(const std::vector<IdStamp>& removed);
-    Kt::Ptr<Cel> snapshotForHooks() const;
-    void putInOrAbandon(InsertedMaterial& material, const Cel* source, const InsertionPlace& place);
-    void insertFrom(const Cel* source, const Range& range, double at, const IdMap& idMap);
-    InsertionPlace placeOfInsertion(double at) const;
-    Cookie blackAfter(const Splice& splice) const;
-    void putIn(const InsertedMaterial& material, Splice splice, const InsertionPlace& place);
+    // Edits in one splice: what the steps give, worked out aside.
+    std::optional<cel::detail::Splice> spliceOut(const Range& range) const;
+    cel::detail::Splice spliceOfCut(const cel::detail::CutPlace& place, double t) const;
+    void apply(const cel::detail::Splice& splice);
+    void putIn(const InsertedMaterial& material, const cel::detail::InsertionPlace& place,
+               cel::detail::Splice splice);
     void alignOutPoint(std::size_t index, double t);
     void alignInPoints(std::size_t index, double t);
+
+    void takePairs(int index, int pairs, bool shuffle);
+    Kt::Ptr<Cel> snapshotForHooks() const;
     ce_handle effectToKeep(const Cel* source, const Range& range, double at) const;
     void replaceFrom(const Cel* source, const Range& range, double at, const IdMap& idMap);
     bool replaceAtOnce(const Cel* source, const Range& range, const Range& onto,
                        const IdMap& idMap);
 
-    CutPlace placeOfCut(double t) const;
-    OpenedCut openCut(const CutPlace& place, double t);
-    int secondInIndex(const CutPlace& place, double t) const;
-    void shareSegmentObject(const OpenedCut& cut, double share);
-    void undoCut(const OpenedCut& cut) noexcept;
+    /// Collects an effect and, over their track inputs, all that are reached from it.
+    void getSegmentEffects(const Kt::Ptr<EffectInstance_opu4h5a4j>& effect,
+                           std::set<Kt::Ptr<EffectInstance_opu4h5a4j>>& effects) const;
+    std::map<IdStamp, Kt::Ptr<Taggable>> reachableObjects(const IdStamp& root) const;
+    void copyObjectTree(const IdStamp& source, const IdStamp& copyOfSource, const IdMap& idMap);
 
     Kt::Ptr<Cel> extractAux(double start, double end, unsigned flags, unsigned before,
                             unsigned after) const;
@@ -623,20 +580,23 @@ private:
     void repairQuantised(const ChannelEvent& refused, const ChannelEvent* before);
 
     bool bordersEffects(std::size_t kept, std::size_t index) const;
+    void dropZeroLengthSections(const Range& range, RemovedObjects& removed);
     template <class IsNeedless>
-    void mergeCuts(const Range& range, const IsNeedless& isNeedless);
+    void mergeCuts(const Range& range, const IsNeedless& isNeedless, RemovedObjects& removed);
+    void closeBlack(const Range& range, const Cookie& black, RemovedObjects& removed,
+                    std::vector<cel::detail::BlackGap>& holes);
+    void tidyGaps(const Range& range, std::vector<cel::detail::BlackGap>& gaps);
     void tidyBlackVelocities();
-    void fillGaps(const std::vector<BlackGap>& gaps);
-    void collectHoles(const cel::detail::Qualifies& qualifies, std::vector<BlackGap>& holes) const;
-    void joinBlack(Compaction& pass);
+    std::size_t mostGaps() const;
+    void fillGaps(const std::vector<cel::detail::BlackGap>& gaps);
+    void collectHoles(const cel::detail::Qualifies& qualifies, const Cookie& black,
+                      std::vector<cel::detail::BlackGap>& holes) const;
     template <class Test>
     bool anyMaterial(const Test& test) const;
 
     double trimAux(ce_handle& h, double d, trim_type type, bool keepFrame);
     double feedInBlack(ce_handle& h, double d);
-    TrimScan scanTrims(double d) const;
-    void trimOneByOne(const TrimScan& scan);
-    void trimSelectedSections(const TrimScan& scan);
+    cel::detail::TrimScan scanTrims(double d) const;
 
     bool checkEventOrder() const;
     void fixOutOfOrderEvents();
@@ -669,6 +629,7 @@ private:
     std::int32_t pendingInIndex_ = -1; ///< in point whose out point has not come yet
     mutable std::int32_t dirty_ = 1;
     std::uint32_t id_ = 0;
+    cel::detail::ObjectJournal* journal_ = nullptr; ///< of the edit under way, if it has a store
     CriticalSection lock_;
     IdStamp editChannelId_{0, 0, 0};
     LightweightString<char> editChannelName_;

@@ -7,6 +7,7 @@
 #include "platform/support/PStream.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 
 using cel::detail::kTemporaryId;
@@ -22,6 +23,15 @@ float levelFromMagnitude(double magnitude)
 {
     return Aud::GainCurve::Curve<2>::mapMagnitudeToUValue(
         std::clamp(magnitude, 0.0, cel::kLargestLegacyMagnitude));
+}
+
+/// The later record of the same event: the level in another unit, and no ramp.
+ChannelEventV3 asFlatRecord(const ChannelEventV2& record)
+{
+    auto flat = std::bit_cast<ChannelEventV3>(record);
+    flat.level_sc = levelFromMagnitude(record.level);
+    flat.audioRampWord = 0;
+    return flat;
 }
 
 } // namespace
@@ -65,16 +75,7 @@ ChannelEvent::ChannelEvent(const ChannelEventV3& record)
 }
 
 ChannelEvent::ChannelEvent(const ChannelEventV2& record)
-    : trim_(static_cast<trim_type>(record.trim))
-    , modification_(record.modification)
-    , level_sc_(levelFromMagnitude(record.level))
-    , velocity_(record.velocity)
-    , edit_time_(record.edit_time)
-    , strip_time_(record.strip_time)
-    , strip_name_(static_cast<CookieType>(record.cookieType), static_cast<int>(record.cookieFirst),
-                  record.cookieSecond, static_cast<int>(record.cookieThird))
-    , infoWord_(record.infoWord)
-    , editGraph_(record.editGraph[0], record.editGraph[1], record.editGraph[2])
+    : ChannelEvent(asFlatRecord(record))
 {
 }
 

@@ -1,6 +1,7 @@
 #include "cel/Cel.h"
 
 #include "cel/detail/Additions.h"
+#include "cel/detail/Compaction.h"
 #include "cel/detail/event_array.h"
 #include "cel/detail/room.h"
 #include "platform/support/Log.h"
@@ -183,25 +184,22 @@ int Cel::removeEventPairs(int index, int pairs, bool shuffle)
     if (taken == 0)
         return 0;
 
-    std::vector<IdStamp> removed;
-    removed.reserve(static_cast<std::size_t>(taken) * 2);
-    takePairs(index, taken, shuffle, removed);
-    destroyObjects(removed);
+    RemovedObjects removed(*this);
+    for (const ChannelEvent& event : std::span(events_).subspan(
+             static_cast<std::size_t>(index), static_cast<std::size_t>(taken) * 2))
+        removed.add(event);
+    takePairs(index, taken, shuffle);
     return taken;
 }
 
-void Cel::takePairs(int index, int pairs, bool shuffle, std::vector<IdStamp>& removed)
+void Cel::takePairs(int index, int pairs, bool shuffle)
 {
     const int count = pairs * 2;
     const auto first = events_.begin() + index;
     const auto last = first + count;
     const double length = (last - 1)->edit_time() - first->edit_time();
-    for (auto event = first; event != last; ++event) {
+    for (auto event = first; event != last; ++event)
         adjustEventCounts(*event, false);
-        if (event->info() & in_point)
-            removed.push_back(event->editGraph());
-    }
-
     events_.erase(first, last);
     if (pendingInIndex_ >= index + count)
         pendingInIndex_ -= count;
@@ -211,10 +209,4 @@ void Cel::takePairs(int index, int pairs, bool shuffle, std::vector<IdStamp>& re
         cel::detail::shiftEditTimes(std::span(events_).subspan(static_cast<std::size_t>(index)),
                                     -length);
     dirty_ = 1;
-}
-
-void Cel::destroyObjects(const std::vector<IdStamp>& removed)
-{
-    for (const IdStamp& id : removed)
-        destroySegmentObject(id);
 }

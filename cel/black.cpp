@@ -9,6 +9,7 @@
 #include <algorithm>
 
 using cel::kTimeEpsilon;
+using cel::detail::BlackGap;
 using cel::detail::isAfter;
 using cel::detail::Qualifies;
 
@@ -30,15 +31,104 @@ bool isHole(const ChannelEvent& out, const ChannelEvent& in)
     return isAfter(in.edit_time(), out.edit_time());
 }
 
-/// Lays a section of black at normal speed from its in point on.
-void layBlack(std::span<ChannelEvent> section)
+} // namespace
+
+// ---- joining black -----------------------------------------------------------------------------
+
+/// The pass that merges black with black and lets it grow over holes. However many sections become
+/// one, each of their events is looked at and laid once.
+class Cel::BlackJoining
 {
-    for (ChannelEvent& event : section)
-        event.velocity(1.0F);
-    cel::detail::layOnStripLine(section, 1.0);
+public:
+    BlackJoining(Cel& track, RemovedObjects& removed)
+        : track_(track)
+        , events_(track.events_)
+        , pass_(track, removed)
+    {
+    }
+
+    void run(const Qualifies& qualifies)
+    {
+        while (pass_.read < events_.size()) {
+            const bool atCut = pass_.write > 0 && isCut(lastOut(), nextIn());
+            if (!atCut || !qualifies(lastOut().edit_time()) || !join())
+                keep(1);
+        }
+    }
+
+private:
+    ChannelEvent& lastOut() { return events_[pass_.write - 1]; }
+    ChannelEvent& nextIn() { return events_[pass_.read]; }
+
+    bool join();
+    void mergeNext(std::size_t length);
+    void keep(std::size_t count);
+    void layUpToHere();
+
+    Cel& track_;
+    std::vector<ChannelEvent>& events_;
+    Compaction pass_;
+    std::size_t in_ = 0; ///< in point of the section that the last kept event belongs to
+    bool hasIn_ = false;
+    std::size_t laidTo_ = 0; ///< its events in front of this are black at normal speed already
+};
+
+/// @return whether there was black to join at the cut.
+bool Cel::BlackJoining::join()
+{
+    const auto end =
+        static_cast<std::size_t>(cel::detail::matchingOut(events_, static_cast<int>(pass_.read)));
+    if (!hasIn_ || end == events_.size())
+        return false;
+    const std::size_t length = end + 1 - pass_.read;
+    if (bothBlack(lastOut(), nextIn())) {
+        mergeNext(length);
+    } else if (!isHole(lastOut(), nextIn())) {
+        return false;
+    } else if (lastOut().strip_name().isBlack()) {
+        lastOut().edit_time(nextIn().edit_time());
+        laidTo_ = std::min(laidTo_, pass_.write - 1);
+    } else if (nextIn().strip_name().isBlack()) {
+        nextIn().edit_time(lastOut().edit_time());
+        keep(length);
+    } else {
+        return false;
+    }
+    layUpToHere();
+    track_.dirty_ = 1;
+    return true;
 }
 
-} // namespace
+/// The section that comes next goes on in the one in front of it, the cut between them goes.
+void Cel::BlackJoining::mergeNext(std::size_t length)
+{
+    track_.adjustEventCounts(lastOut(), false);
+    laidTo_ = std::min(laidTo_, --pass_.write);
+    pass_.drop(1);
+    pass_.keep(length - 1);
+    lastOut().strip_name(events_[in_].strip_name());
+}
+
+void Cel::BlackJoining::keep(std::size_t count)
+{
+    for (; count > 0; --count) {
+        if (nextIn().info() == in_point) {
+            in_ = laidTo_ = pass_.write;
+            hasIn_ = true;
+        }
+        pass_.keep(1);
+    }
+}
+
+void Cel::BlackJoining::layUpToHere()
+{
+    const ChannelEvent& in = events_[in_];
+    for (; laidTo_ < pass_.write; ++laidTo_) {
+        ChannelEvent& event = events_[laidTo_];
+        event.velocity(1.0F);
+        event.strip_time((event.edit_time() - in.edit_time()) + in.strip_time());
+    }
+}
 
 // ---- simplification ---------------------------------------------------------------------------
 
@@ -55,29 +145,29 @@ bool Cel::canSimplifyBlack() const
 
 void Cel::simplifyBlack(const Range& range)
 {
+    std::vector<BlackGap> holes;
+    const Cookie black = getBlackCookie();
+    RemovedObjects removed(*this);
+    closeBlack(range, black, removed, holes);
+}
+
+void Cel::closeBlack(const Range& range, const Cookie& black, RemovedObjects& removed,
+                     std::vector<BlackGap>& holes)
+{
     if (!canSimplifyBlack())
         return;
     // All room is made before anything changes.
     const Qualifies qualifies(range);
-    std::vector<BlackGap> holes;
-    collectHoles(qualifies, holes);
+    collectHoles(qualifies, black, holes);
     cel::detail::reserveMore(events_, 2 * holes.size());
 
-    Compaction pass(*this);
-    while (pass.read < events_.size()) {
-        const bool atCut = pass.write > 0 && isCut(events_[pass.write - 1], events_[pass.read]);
-        if (atCut && qualifies(events_[pass.write - 1].edit_time()))
-            joinBlack(pass);
-        else
-            pass.keep(1);
-    }
-    pass.finish();
-    collectHoles(qualifies, holes);
+    BlackJoining(*this, removed).run(qualifies);
+    collectHoles(qualifies, black, holes);
     fillGaps(holes);
-    pass.destroyRemoved();
 }
 
-void Cel::collectHoles(const Qualifies& qualifies, std::vector<BlackGap>& holes) const
+void Cel::collectHoles(const Qualifies& qualifies, const Cookie& black,
+                       std::vector<BlackGap>& holes) const
 {
     holes.clear();
     for (std::size_t i = 0; i + 1 < events_.size(); ++i) {
@@ -85,40 +175,8 @@ void Cel::collectHoles(const Qualifies& qualifies, std::vector<BlackGap>& holes)
         const ChannelEvent& in = events_[i + 1];
         if (isCut(out, in) && isHole(out, in) && qualifies(out.edit_time()) &&
             !out.strip_name().isBlack() && !in.strip_name().isBlack())
-            holes.push_back({i, getBlackCookie(), false});
+            holes.push_back({i, black, false});
     }
-}
-
-void Cel::joinBlack(Compaction& pass)
-{
-    ChannelEvent& out = events_[pass.write - 1];
-    ChannelEvent& in = events_[pass.read];
-    const std::size_t length =
-        static_cast<std::size_t>(cel::detail::matchingOut(events_, static_cast<int>(pass.read))) +
-        1 - pass.read;
-    const int sectionBefore = cel::detail::matchingIn(events_, static_cast<int>(pass.write) - 1);
-    const bool whole = sectionBefore >= 0 && pass.read + length <= events_.size();
-    const bool extendsBackwards = isHole(out, in) && in.strip_name().isBlack();
-
-    auto first = static_cast<std::size_t>(std::max(sectionBefore, 0));
-    if (whole && bothBlack(out, in)) {
-        adjustEventCounts(out, false);
-        --pass.write;
-        pass.drop(1);
-        pass.keep(length - 1);
-        events_[pass.write - 1].strip_name(events_[first].strip_name());
-    } else if (whole && isHole(out, in) && out.strip_name().isBlack()) {
-        out.edit_time(in.edit_time());
-    } else if (whole && extendsBackwards) {
-        first = pass.write;
-        in.edit_time(out.edit_time());
-        pass.keep(length);
-    } else {
-        pass.keep(1);
-        return;
-    }
-    layBlack(std::span(events_).subspan(first, pass.write - first));
-    dirty_ = 1;
 }
 
 Kt::Ptr<Cel> Cel::simplify_black(const Range& range) const

@@ -1,5 +1,8 @@
+// The effect objects of sections, and what happens to them when sections are copied, cut and go.
+
 #include "cel/Cel.h"
 
+#include "cel/detail/ObjectJournal.h"
 #include "cel/detail/event_array.h"
 #include "platform/primitives/EffectInstance_opu4h5a4j.h"
 #include "platform/support/TagBag.h"
@@ -19,69 +22,115 @@ IdStamp freshLike(const IdStamp& id)
     return fresh;
 }
 
-/// The objects that are reached from one: itself and, over their track inputs, other effects, each
-/// under its identifier. Loops among them end where they began.
-std::map<IdStamp, Kt::Ptr<Taggable>> reachableObjects(TagBag& store, const IdStamp& root)
+std::vector<IdStamp> inputsOf(const Effect& effect)
+{
+    std::vector<IdStamp> inputs;
+    if (effect.hasTrackInputs())
+        for (unsigned i = 0; i < effect.getNumTrackInputs(); ++i)
+            inputs.push_back(effect.getInputTrackId(i));
+    return inputs;
+}
+
+/// The effect that a store keeps under an input's identifier; null when there is none.
+Kt::Ptr<Effect> storedEffect(TagBag& store, const IdStamp& id)
+{
+    if (!id.valid() || id.getMagicType() == kTemporaryId)
+        return {};
+    return Kt::dynamicCast<Effect>(store.openObject(id).object());
+}
+
+} // namespace
+
+void Cel::getSegmentEffects(const Kt::Ptr<Effect>& effect, std::set<Kt::Ptr<Effect>>& effects) const
+{
+    if (!objectStore())
+        return;
+    // A list instead of recursion: the depth is up to whoever made the effects.
+    for (std::vector<Kt::Ptr<Effect>> open{effect}; !open.empty();) {
+        const Kt::Ptr<Effect> next = std::move(open.back());
+        open.pop_back();
+        // Loops among effects end where they began.
+        if (!next || !effects.insert(next).second)
+            continue;
+        for (const IdStamp& input : inputsOf(*next))
+            open.push_back(storedEffect(*objectStore(), input));
+    }
+}
+
+/// The object of a section and every effect that it reaches, under their identifiers.
+std::map<IdStamp, Kt::Ptr<Taggable>> Cel::reachableObjects(const IdStamp& root) const
 {
     std::map<IdStamp, Kt::Ptr<Taggable>> reached;
-    for (std::vector<IdStamp> open{root}; !open.empty();) {
-        const IdStamp id = open.back();
-        open.pop_back();
-        if (!id.valid() || id.getMagicType() == kTemporaryId || reached.contains(id))
-            continue;
-        const TagBase tag = store.openObject(id);
-        const auto effect = Kt::dynamicCast<Effect>(tag.object());
-        if (!tag.valid() || (!effect && id != root))
-            continue;
-        reached.emplace(id, tag.object());
-        if (effect && effect->hasTrackInputs())
-            for (unsigned i = 0; i < effect->getNumTrackInputs(); ++i)
-                open.push_back(effect->getInputTrackId(i));
-    }
+    const Kt::Ptr<Taggable> object = objectStore()->openObject(root).object();
+    if (!object)
+        return reached;
+    reached.emplace(root, object);
+    std::set<Kt::Ptr<Effect>> effects;
+    getSegmentEffects(Kt::dynamicCast<Effect>(object), effects);
+    for (const Kt::Ptr<Effect>& effect : effects)
+        for (const IdStamp& input : inputsOf(*effect))
+            if (const auto found = storedEffect(*objectStore(), input))
+                reached.emplace(input, found);
     return reached;
 }
 
 /// Copies an object and every effect it reaches; the copies refer to each other as the originals
 /// did, under the identifiers that the map assigns or fresh ones.
-void copyObjectTree(TagBag& store, const IdStamp& source, Cel::IdMap idMap)
+void Cel::copyObjectTree(const IdStamp& source, const IdStamp& copyOfSource, const IdMap& idMap)
 {
-    const auto originals = reachableObjects(store, source);
-    for (const auto& [id, object] : originals)
-        idMap.try_emplace(id, freshLike(id));
+    const auto originals = reachableObjects(source);
+    if (originals.empty())
+        return;
+    // What may be referred to, and nothing more of a map that may speak of a whole cut.
+    IdMap copyIds;
+    const auto assign = [&](const IdStamp& id, bool copied) {
+        const auto assigned = idMap.find(id);
+        if (assigned != idMap.end())
+            copyIds.insert(*assigned);
+        else if (copied)
+            copyIds.try_emplace(id, freshLike(id));
+    };
+    copyIds.emplace(source, copyOfSource);
     for (const auto& [id, object] : originals) {
-        const IdStamp& copyId = idMap.at(id);
-        if (store.openObject(copyId).valid())
+        assign(id, true);
+        if (const auto effect = Kt::dynamicCast<Effect>(object))
+            for (const IdStamp& input : inputsOf(*effect))
+                assign(input, false);
+    }
+
+    // All copies are made before the first is stored.
+    std::vector<TagBase> copies;
+    for (const auto& [id, object] : originals) {
+        const IdStamp& copyId = copyIds.at(id);
+        if (objectStore()->openObject(copyId).valid())
             continue;
         const auto copy = Kt::dynamicCast<Taggable>(object->clone(Streamable::builder));
         if (const auto effect = Kt::dynamicCast<Effect>(copy))
-            effect->remapInputIDs(idMap);
-        store.storeObject(TagBase(copyId, copy));
+            effect->remapInputIDs(copyIds);
+        copies.emplace_back(copyId, copy);
     }
+    cel::detail::ObjectJournal own;
+    (journal_ ? *journal_ : own).store(*objectStore(), copies);
 }
-
-} // namespace
 
 void Cel::copySegmentObject(const ce_handle& h, ChannelEvent& event, const IdMap& idMap, double,
                             ParamResizeMethod)
 {
     const IdStamp source = h.getEffectGraph();
-    TagBag* store = objectStore();
+    const bool temporary = source.getMagicType() == kTemporaryId;
     const auto assigned = idMap.find(source);
+    IdStamp copy = event.editGraph();
     if (assigned != idMap.end())
-        event.editGraph(assigned->second);
-    else if (source.getMagicType() == kTemporaryId)
-        event.editGraph(ChannelEvent::newId());
-    else if (store && store->openObject(source).valid())
-        event.editGraph(freshLike(source));
+        copy = assigned->second;
+    else if (temporary)
+        copy = ChannelEvent::newId();
+    else if (objectStore() && objectStore()->openObject(source).valid())
+        copy = freshLike(source);
     else
         return;
-    if (!store || source.getMagicType() == kTemporaryId)
-        return;
-
-    const IdStamp copyId = event.editGraph();
-    IdMap copies = idMap;
-    copies.insert_or_assign(source, copyId);
-    copyObjectTree(*store, source, std::move(copies));
+    if (objectStore() && !temporary)
+        copyObjectTree(source, copy, idMap);
+    event.editGraph(copy);
 }
 
 void Cel::destroySegmentObject(const IdStamp& id)
@@ -94,6 +143,10 @@ void Cel::resizeSegmentObject(const IdStamp& id, double share, ParamResizeMethod
 {
     if (!objectStore() || id.getMagicType() == kTemporaryId)
         return;
-    if (const auto effect = Kt::dynamicCast<Effect>(objectStore()->openObject(id).object()))
-        effect->resizeParameters(share, method);
+    const auto effect = Kt::dynamicCast<Effect>(objectStore()->openObject(id).object());
+    if (!effect)
+        return;
+    if (journal_)
+        journal_->remember(id, effect);
+    effect->resizeParameters(share, method);
 }

@@ -10,6 +10,7 @@
 #include <algorithm>
 
 using cel::kTimeEpsilon;
+using cel::detail::BlackGap;
 using cel::detail::Qualifies;
 
 bool Cel::simplify(Simplification::eType type, const Range& range)
@@ -38,22 +39,52 @@ bool Cel::simplify(Simplification::eType type, const Range& range)
 
 void Cel::simplifyAll(const Range& range)
 {
-    simplifyZeroLengthSections(range);
-    simplifyBlack(range);
-    simplifyMatchFrameCuts(range);
+    // All room that any of the steps may need comes first, then nothing fails in the middle.
+    const Cookie black = getBlackCookie();
+    RemovedObjects removed(*this);
+    std::vector<BlackGap> gaps;
+    gaps.reserve(mostGaps());
+    cel::detail::reserveMore(events_, 2 * gaps.capacity());
+
+    dropZeroLengthSections(range, removed);
+    closeBlack(range, black, removed, gaps);
+    mergeCuts(
+        range, [this](std::size_t out) { return isMatchFrameCut(int(out)); }, removed);
     // Kept: the whole track, whatever the range.
-    simplifyTidy(Editable::invalidRange());
+    tidyGaps(Editable::invalidRange(), gaps);
     tidyBlackVelocities();
     quantiseInPlace();
+}
+
+/// The gaps that simplifications of the track may come to fill, at most.
+std::size_t Cel::mostGaps() const
+{
+    std::size_t gaps = 0;
+    for (std::size_t i = 0; i < events_.size(); ++i) {
+        const ChannelEvent& event = events_[i];
+        // Only where in and out points alternate are gaps what they seem: others go by index.
+        if (event.info() != (i % 2 == 0 ? in_point : out_point))
+            return events_.size() / 2;
+        const bool hole = i > 0 && i % 2 == 0 && event.edit_time() > events_[i - 1].edit_time();
+        if (hole || (i % 2 == 0 && event.strip_name().isEffect()))
+            ++gaps;
+    }
+    return gaps;
 }
 
 // ---- sections of no length --------------------------------------------------------------------
 
 void Cel::simplifyZeroLengthSections(const Range& range)
 {
+    RemovedObjects removed(*this);
+    dropZeroLengthSections(range, removed);
+}
+
+void Cel::dropZeroLengthSections(const Range& range, RemovedObjects& removed)
+{
     const Qualifies qualifies(range);
     // One pass: what stays moves up over what went, earlier by the length of all that went.
-    Compaction pass(*this);
+    Compaction pass(*this, removed);
     while (pass.read + 1 < events_.size()) {
         ChannelEvent in = events_[pass.read];
         ChannelEvent out = events_[pass.read + 1];
@@ -67,8 +98,6 @@ void Cel::simplifyZeroLengthSections(const Range& range)
             pass.keep(2);
         }
     }
-    pass.finish();
-    pass.destroyRemoved();
 }
 
 bool Cel::bordersEffects(std::size_t kept, std::size_t index) const
@@ -87,16 +116,18 @@ bool Cel::bordersEffects(std::size_t kept, std::size_t index) const
 
 void Cel::simplifyMatchFrameCuts(const Range& range)
 {
-    mergeCuts(range, [this](std::size_t out) { return isMatchFrameCut(static_cast<int>(out)); });
+    RemovedObjects removed(*this);
+    mergeCuts(
+        range, [this](std::size_t out) { return isMatchFrameCut(int(out)); }, removed);
 }
 
 template <class IsNeedless>
-void Cel::mergeCuts(const Range& range, const IsNeedless& isNeedless)
+void Cel::mergeCuts(const Range& range, const IsNeedless& isNeedless, RemovedObjects& removed)
 {
     if (events_.size() < 3)
         return;
     const Qualifies qualifies(range);
-    Compaction pass(*this);
+    Compaction pass(*this, removed);
     pass.keep(2);
     while (pass.read + 1 < events_.size()) {
         // The test reads both sections around the cut where they will stand.
@@ -109,16 +140,20 @@ void Cel::mergeCuts(const Range& range, const IsNeedless& isNeedless)
             pass.settle(2);
         }
     }
-    pass.finish();
-    pass.destroyRemoved();
 }
 
 // ---- tidying ------------------------------------------------------------------------------------
 
 void Cel::simplifyTidy(const Range& range)
 {
-    const Qualifies qualifies(range);
     std::vector<BlackGap> gaps;
+    tidyGaps(range, gaps);
+}
+
+void Cel::tidyGaps(const Range& range, std::vector<BlackGap>& gaps)
+{
+    const Qualifies qualifies(range);
+    gaps.clear();
     for (std::size_t out = 1; out + 2 < events_.size(); out += 2) {
         const ChannelEvent& before = events_[out];
         const ChannelEvent& next = events_[out + 1];
@@ -210,10 +245,14 @@ Kt::Ptr<Cel> Cel::simplify(int mode, bool black, bool zeroLength) const
 {
     Kt::Ptr<Cel> track = copy();
     const auto& events = track->events_;
-    track->mergeCuts(Editable::invalidRange(), [&events, mode](std::size_t out) {
+    const auto isNeedless = [&events, mode](std::size_t out) {
         return events[out].removable_with(events[out - 1], events[out + 1], events[out + 2],
                                           mode) != 0;
-    });
+    };
+    {
+        RemovedObjects removed(*track);
+        track->mergeCuts(Editable::invalidRange(), isNeedless, removed);
+    }
     if (black)
         track->simplifyBlack(Editable::invalidRange());
     if (zeroLength)

@@ -1,57 +1,20 @@
 #include "cel/Cel.h"
 
-#include "cel/detail/event_array.h"
 #include "cel/detail/faults.h"
+#include "cel/detail/trims.h"
 
 #include <algorithm>
 #include <cmath>
 
 using cel::kTimeEpsilon;
 using cel::detail::fail;
+using cel::detail::feedsBlack;
 using cel::detail::kCelModule;
+using cel::detail::RippleTrims;
+using cel::detail::TrimScan;
+using cel::detail::TrimSelection;
 
 namespace {
-
-/// How far a black may be fed in at the head of a track.
-constexpr double kUnlimitedFeed = -10000000.0;
-
-bool feedsBlack(trim_type trim)
-{
-    return trim == trim_black || trim == trim_roll_black;
-}
-
-/// Lays a section that was trimmed by `d`: with `trim_start` the material before its in point
-/// appears or goes, else its end moves.
-void trimSection(std::span<ChannelEvent> section, double d, trim_type type)
-{
-    ChannelEvent& in = section.front();
-    const double speed = cel::detail::effectiveSpeed(in);
-    if (type == trim_start)
-        in.strip_time(in.strip_time() - speed * d);
-    cel::detail::shiftEditTimes(section.subspan(1), d);
-    cel::detail::layOnStripLine(section, speed);
-}
-
-/// How far the in point may move before it meets the event in front of it, as a negative amount.
-double roomForBlack(cel::detail::ConstEventSpan events, std::size_t in)
-{
-    return in == 0 ? kUnlimitedFeed : events[in - 1].edit_time() - events[in].edit_time();
-}
-
-/// Moves the in point that begins the span by its own black selection, with `trim_black` all that
-/// follows too. @return whether what follows the span is to move along.
-bool feedBlack(std::span<ChannelEvent> section, double d)
-{
-    ChannelEvent& in = section.front();
-    const bool all = in.get_trim_type() == trim_black;
-    if (all) {
-        cel::detail::shiftEditTimes(section, d);
-    } else if (in.get_trim_type() == trim_roll_black) {
-        in.edit_time(in.edit_time() + d);
-        in.strip_time(in.strip_time() + d);
-    }
-    return all;
-}
 
 /// Takes the trim marks of a track in their order, two by two, and limits an amount to the room
 /// that they have.
@@ -84,7 +47,8 @@ public:
                 d_ = std::min(d_, edit(first_ + 1) - edit(first_));
             limitBefore();
         }
-        return std::fabs(d_) < kTimeEpsilon ? 0.0 : d_;
+        // Times that are none leave no room that could be told.
+        return std::fabs(d_) < kTimeEpsilon || !std::isfinite(d_) ? 0.0 : d_;
     }
 
 private:
@@ -137,14 +101,11 @@ double Cel::trimAux(ce_handle& h, double d, trim_type type, bool keepFrame)
         d = std::max(d, shortest);
         if (std::fabs(d) < kTimeEpsilon)
             return d;
+        if (!std::isfinite(d))
+            return 0.0;
     }
 
-    const int last = std::min(cel::detail::matchingOut(events_, h.index_), numEvents() - 1);
-    const std::span events(events_);
-    const auto first = static_cast<std::size_t>(h.index_);
-    const auto length = static_cast<std::size_t>(last - h.index_) + 1;
-    trimSection(events.subspan(first, length), d, type);
-    cel::detail::shiftEditTimes(events.subspan(first + length), d);
+    RippleTrims(events_).trim(static_cast<std::size_t>(h.index_), d, type);
     dirty_ = 1;
     return d;
 }
@@ -156,13 +117,9 @@ double Cel::feedInBlack(ce_handle& h, double d)
     h = h.matching_in_ceh();
     if (!check_ceh(h))
         fail("Cel::feedInBlack: invalid ceh", kCelModule, __LINE__);
-    const auto in = static_cast<std::size_t>(h.index_);
-    const double fed = std::max(d, roomForBlack(events_, in));
-    const std::span fromHere = std::span(events_).subspan(in);
-    if (feedsBlack(fromHere.front().get_trim_type()))
+    if (feedsBlack(h.get_trim_type()))
         dirty_ = 1;
-    feedBlack(fromHere, fed);
-    return fed;
+    return RippleTrims(events_).feedBlack(static_cast<std::size_t>(h.index_), d);
 }
 
 double Cel::do_trim_test(double d)
@@ -188,30 +145,20 @@ void Cel::deselect_all_trims()
         get_start_ceh().deselect_all_trims();
 }
 
-Cel::TrimScan Cel::scanTrims(double d) const
+TrimScan Cel::scanTrims(double d) const
 {
     TrimScan scan;
     TrimLimiter limiter(*this, std::isfinite(d) ? d : 0.0);
-    const ChannelEvent* in = nullptr;
-    bool insideSection = false;
+    int in = -1;
     for (int i = 0; i < numEvents(); ++i) {
         const ChannelEvent& event = events_[static_cast<std::size_t>(i)];
-        const ce_info kind = event.info();
-        if (kind == in_point) {
-            scan.onlyWholeSections &= !insideSection;
-            insideSection = true;
-            in = &event;
-        }
-        if (event.get_trim_type() != trim_none) {
-            scan.selected.push_back(i);
-            scan.onlyWholeSections &= insideSection;
-        }
-        if (cel::detail::trimMark(event, in))
+        if (event.info() == in_point)
+            in = i;
+        if (event.get_trim_type() != trim_none)
+            scan.selected.push_back({i, in, event.get_trim_type()});
+        if (cel::detail::trimMark(event, in < 0 ? nullptr : &events_[std::size_t(in)]))
             limiter.addMark(i);
-        if (kind == out_point)
-            insideSection = false;
     }
-    scan.onlyWholeSections &= !insideSection;
     scan.allowed = limiter.allowed();
     return scan;
 }
@@ -221,60 +168,30 @@ double Cel::do_trim(double d)
     if (!std::isfinite(d))
         return 0.0;
     const TrimScan scan = scanTrims(d);
-    if (scan.onlyWholeSections)
-        trimSelectedSections(scan);
-    else
-        trimOneByOne(scan);
-    return scan.allowed;
-}
-
-void Cel::trimOneByOne(const TrimScan& scan)
-{
-    if (!scan.selected.empty() && cel::detail::matchingIn(events_, scan.selected.front()) < 0) {
-        const ChannelEvent& first = events_[static_cast<std::size_t>(scan.selected.front())];
-        fail(feedsBlack(first.get_trim_type()) ? "Cel::feedInBlack: invalid ceh"
-                                               : "Cel::trim: ceh invalid",
-             kCelModule, __LINE__);
-    }
-    for (const int selected : scan.selected) {
-        ce_handle in = handleAt(selected).matching_in_ceh();
-        const trim_type type = events_[static_cast<std::size_t>(selected)].get_trim_type();
-        if (feedsBlack(type))
+    if (scan.selected.empty())
+        return scan.allowed;
+    // The first selection stands for itself: what is wrong with it is found before any other moves
+    // an event, since only those in front of all sections have none.
+    const TrimSelection& first = scan.selected.front();
+    if (scan.selected.size() == 1 || first.in < 0) {
+        ce_handle in = handleAt(first.index).matching_in_ceh();
+        if (feedsBlack(first.type))
             feedInBlack(in, scan.allowed);
         else
-            trimAux(in, scan.allowed, type, false);
+            trimAux(in, scan.allowed, first.type, false);
+        return scan.allowed;
     }
-}
 
-void Cel::trimSelectedSections(const TrimScan& scan)
-{
-    // One pass: what all trims before a section moved it by is added once.
-    const std::span events(events_);
-    double offset = 0.0;
-    std::size_t moved = 0;
-    const auto moveUpTo = [&](std::size_t end) {
-        if (end <= moved)
-            return;
-        if (offset != 0.0)
-            cel::detail::shiftEditTimes(events.subspan(moved, end - moved), offset);
-        moved = end;
-    };
-    for (const int selected : scan.selected) {
-        const auto in = static_cast<std::size_t>(cel::detail::matchingIn(events_, selected));
-        const auto end = static_cast<std::size_t>(cel::detail::matchingOut(events_, selected)) + 1;
-        moveUpTo(end);
-        const std::span section = events.subspan(in, end - in);
-        const trim_type type = events[static_cast<std::size_t>(selected)].get_trim_type();
-        if (feedsBlack(type)) {
-            const double fed = std::max(scan.allowed, roomForBlack(events_, in));
-            if (feedsBlack(section.front().get_trim_type()))
-                dirty_ = 1;
-            offset += feedBlack(section, fed) ? fed : 0.0;
-        } else {
-            trimSection(section, scan.allowed, type);
-            offset += scan.allowed;
+    RippleTrims trims(events_);
+    for (const TrimSelection& selected : scan.selected) {
+        const auto in = static_cast<std::size_t>(selected.in);
+        const bool feeds = feedsBlack(selected.type);
+        if (feeds)
+            trims.feedBlack(in, scan.allowed);
+        else
+            trims.trim(in, scan.allowed, selected.type);
+        if (!feeds || feedsBlack(events_[in].get_trim_type()))
             dirty_ = 1;
-        }
     }
-    moveUpTo(events.size());
+    return scan.allowed;
 }

@@ -8,18 +8,65 @@
 #include <cstddef>
 #include <vector>
 
+/// The objects of sections that an operation takes out. They are destroyed when it is over and the
+/// track is whole again, in the order in which the sections went.
+class Cel::RemovedObjects
+{
+public:
+    /// Makes room for the objects of all events, if the track has any objects at all.
+    explicit RemovedObjects(Cel& track)
+        : track_(track)
+        , hasObjects_(track.keepsSegmentObjects())
+    {
+        if (hasObjects_)
+            ids_.reserve(track.events_.size());
+    }
+    RemovedObjects(const RemovedObjects&) = delete;
+    RemovedObjects& operator=(const RemovedObjects&) = delete;
+    ~RemovedObjects()
+    {
+        for (const IdStamp& id : ids_)
+            track_.destroySegmentObject(id);
+    }
+
+    void add(const ChannelEvent& event)
+    {
+        if (hasObjects_ && (event.info() & in_point))
+            ids_.push_back(event.editGraph());
+    }
+
+private:
+    Cel& track_;
+    const bool hasObjects_;
+    std::vector<IdStamp> ids_;
+};
+
 /// One pass over a track that takes events out: those that stay move up over those that went.
-/// Until `finish` the events before `write` are final and those from `read` on are as they were.
-/// Nothing in it can fail. What is left to do after it is `destroyRemoved`.
+/// Until it is over the events before `write` are final and those from `read` on are as they were.
+/// Nothing in it can fail; and when something around it does, what was not looked at stays.
 class Cel::Compaction
 {
 public:
-    explicit Compaction(Cel& track)
+    /// @param removed  receives the sections that go.
+    Compaction(Cel& track, RemovedObjects& removed)
         : track_(track)
         , pending_(track.pendingInIndex_)
+        , removed_(removed)
     {
-        if (track.keepsSegmentObjects())
-            removed_.reserve(track.events_.size());
+    }
+    Compaction(const Compaction&) = delete;
+    Compaction& operator=(const Compaction&) = delete;
+
+    /// Keeps what was not looked at and gives the track its new length.
+    ~Compaction()
+    {
+        if (read < track_.events_.size())
+            keep(track_.events_.size() - read);
+        if (read == write)
+            return;
+        track_.events_.erase(track_.events_.begin() + static_cast<std::ptrdiff_t>(write),
+                             track_.events_.end());
+        track_.dirty_ = 1;
     }
 
     std::size_t read = 0;
@@ -63,25 +110,9 @@ public:
         for (; count > 0; --count, ++read) {
             const ChannelEvent& event = track_.events_[read];
             track_.adjustEventCounts(event, false);
-            if ((event.info() & in_point) && removed_.size() < removed_.capacity())
-                removed_.push_back(event.editGraph());
+            removed_.add(event);
         }
     }
-
-    /// Keeps what was not looked at and gives the track its new length.
-    void finish()
-    {
-        if (read < track_.events_.size())
-            keep(track_.events_.size() - read);
-        if (read == write)
-            return;
-        track_.events_.erase(track_.events_.begin() + static_cast<std::ptrdiff_t>(write),
-                             track_.events_.end());
-        track_.dirty_ = 1;
-    }
-
-    /// Destroys the objects of the sections that went, once the track is whole.
-    void destroyRemoved() { track_.destroyObjects(removed_); }
 
 private:
     bool followsPending(std::size_t count) const
@@ -92,5 +123,5 @@ private:
 
     Cel& track_;
     const std::int32_t pending_; ///< where the open section began before the pass
-    std::vector<IdStamp> removed_;
+    RemovedObjects& removed_;
 };

@@ -47,6 +47,13 @@ Cel::InsertedMaterial::InsertedMaterial(Cel& track, const Range& range, double a
 {
 }
 
+Cel::InsertedMaterial::~InsertedMaterial()
+{
+    for (; !made_.empty(); made_.pop_back())
+        if (made_.back().valid())
+            track_.destroySegmentObject(made_.back());
+}
+
 double Cel::InsertedMaterial::onTrack(double sourceTime) const
 {
     return toGrid(sourceTime + (at_ - range_.start()), track_.resolution_);
@@ -174,10 +181,12 @@ void Cel::InsertedMaterial::shareObject(const ce_handle& source, ChannelEvent& e
     const auto assigned = idMap_.find(original);
     const bool wasThere = assigned != idMap_.end() && track_.objectStore() &&
                           track_.objectStore()->openObject(assigned->second).valid();
-    made_.reserve(made_.size() + 1);
+    made_.emplace_back(0, 0, 0); // room for what the hook makes
     track_.copySegmentObject(source, event, idMap_, clip.share, clip.method());
     if (event.editGraph() != original && !wasThere)
-        made_.push_back(event.editGraph());
+        made_.back() = event.editGraph();
+    else
+        made_.pop_back();
     if (clip.share != 1.0)
         track_.resizeSegmentObject(event.editGraph(), clip.share, clip.method());
 }
@@ -198,10 +207,4 @@ void Cel::InsertedMaterial::fillUpTo(double sourceTime)
     ChannelEvent& out = events_.back();
     out.strip_time(out.strip_time() + effectiveSpeed(out) * missing);
     out.edit_time(target);
-}
-
-void Cel::InsertedMaterial::abandon() noexcept
-{
-    for (; !made_.empty(); made_.pop_back())
-        track_.destroySegmentObject(made_.back());
 }

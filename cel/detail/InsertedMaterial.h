@@ -8,8 +8,8 @@
 /// Builds, aside, the events that an insertion puts into a track: the part of a source that lies in
 /// a range, moved to its place and onto the track's frames, black where the source has nothing.
 ///
-/// The track itself is not touched; its hooks are called for each section copied. `abandon` undoes
-/// what they did.
+/// The track itself is not touched; its hooks are called for each section copied. Effect objects
+/// that they made are destroyed, the last one first, unless `keepObjects` is called.
 class Cel::InsertedMaterial
 {
 public:
@@ -18,12 +18,16 @@ public:
     InsertedMaterial(Cel& track, const Range& range, double at, const IdMap& idMap,
                      const Cookie& black);
 
+    InsertedMaterial(const InsertedMaterial&) = delete;
+    InsertedMaterial& operator=(const InsertedMaterial&) = delete;
+    ~InsertedMaterial();
+
     /// Builds from a source, or black alone from none. @return false when the source has no whole
     /// section where one must be, or when there is nothing to put in.
     bool build(const Cel* source);
 
-    /// Destroys the effect objects that the hooks made, the last one first.
-    void abandon() noexcept;
+    /// The events are on the track: their objects stay.
+    void keepObjects() { made_.clear(); }
 
     const cel::detail::EventVector& events() const { return events_; }
     const Cookie& black() const { return black_; }

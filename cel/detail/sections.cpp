@@ -1,5 +1,8 @@
 #include "cel/detail/sections.h"
 
+#include "cel/detail/faults.h"
+#include "cel/detail/grid.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -39,6 +42,8 @@ float levelAt(const ChannelEvent& in, const ChannelEvent& out, double t)
 
 SectionCut cutSection(const ChannelEvent& in, const ChannelEvent& out, double t, double resolution)
 {
+    if (!(out.edit_time() - in.edit_time() <= kEndlessTime))
+        fail("Cel::get_strip_level: edit_times out of range", kCelModule, __LINE__);
     const double strip = in.strip_time() + effectiveSpeed(in) * (t - in.edit_time());
     const float level = levelAt(in, out, t);
     SectionCut cut{

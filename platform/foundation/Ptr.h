@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <type_traits>
 #include <utility>
 
@@ -109,6 +110,12 @@ public:
         return object_ == other.get();
     }
     bool operator==(std::nullptr_t) const noexcept { return object_ == nullptr; }
+
+    /// An order by address, so that sets of pointers know an object again.
+    bool operator<(const Ptr& other) const noexcept
+    {
+        return std::less<T*>()(object_, other.object_);
+    }
 
 private:
     void acquire() const noexcept

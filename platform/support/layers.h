@@ -30,7 +30,7 @@ struct LayerFrame
 CEL_PLATFORM_API std::uint32_t crc32c(std::span<const std::byte> bytes, std::uint32_t start = 0);
 
 /// Writes a layer: `body` writes its bytes and answers with their revision. Layers may stand inside
-/// layers.
+/// layers. When `body` throws, nothing of the layer stays in the stream.
 CEL_PLATFORM_API void writeLayer(PStream& stream, std::string_view name,
                                  const std::function<unsigned char(PStream&)>& body);
 

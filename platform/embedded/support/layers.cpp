@@ -83,13 +83,40 @@ private:
     std::size_t formerLimit_;
 };
 
+/// A frame that is being written; taken back unless it is finished, so that a reader never meets
+/// half of one.
+class UnfinishedFrame
+{
+public:
+    explicit UnfinishedFrame(StreamFile& file)
+        : file_(file)
+        , offset_(file.bytes().size())
+    {
+    }
+    UnfinishedFrame(const UnfinishedFrame&) = delete;
+    UnfinishedFrame& operator=(const UnfinishedFrame&) = delete;
+    ~UnfinishedFrame()
+    {
+        if (!finished_)
+            file_.truncate(offset_);
+    }
+
+    std::size_t offset() const { return offset_; }
+    void finish() { finished_ = true; }
+
+private:
+    StreamFile& file_;
+    const std::size_t offset_;
+    bool finished_ = false;
+};
+
 } // namespace
 
 void writeLayer(PStream& stream, std::string_view name,
                 const std::function<unsigned char(PStream&)>& body)
 {
     StreamFile& file = stream.file();
-    const std::size_t frameOffset = file.bytes().size();
+    UnfinishedFrame frame(file);
     stream << LightweightString<char>(name);
     const std::size_t revisionOffset = file.bytes().size();
     file.extend(kRevisionAndLength);
@@ -101,7 +128,8 @@ void writeLayer(PStream& stream, std::string_view name,
     std::byte* const header = file.written(revisionOffset, kRevisionAndLength).data();
     std::memcpy(header, &revision, sizeof(revision));
     std::memcpy(header + sizeof(revision), &bodyBytes, sizeof(bodyBytes));
-    file.setUnsignedLong(file.checksumFrom(frameOffset));
+    file.setUnsignedLong(file.checksumFrom(frame.offset()));
+    frame.finish();
 }
 
 LightweightString<char> nextLayerName(PStream& stream)
