@@ -301,8 +301,8 @@ public:
     ///     |  A  |  B  |  C  |   ->   | A|B |  C  |
     ///        ^-----^
     /// Sections that the ends fall into are cut first. Nothing happens when the start lies on no
-    /// section or an end is a NaN. Kept: an end that lies on no section, in a hole, takes all that
-    /// follows with it. Linear in the events from the start on, one move of them.
+    /// section or an end is not finite. Kept: an end that lies on no section, in a hole, takes all
+    /// that follows with it. Linear in the events from the start on, one move of them.
     void remove(const Range& range);
 
     /// Opens a gap at `at` and fills it with what `source` has in `range`, black where it has

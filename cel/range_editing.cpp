@@ -16,11 +16,15 @@ using cel::detail::Splice;
 
 namespace {
 
+bool isFinite(const NumRange<double, Ordered>& range)
+{
+    return std::isfinite(range.start()) && std::isfinite(range.end());
+}
+
 /// Whether material of a range can stand at a time, all of it within what a track holds.
 bool canStandAt(double at, const NumRange<double, Ordered>& range)
 {
-    return std::isfinite(range.start()) && std::isfinite(range.end()) && cel::isRealTime(at) &&
-           cel::isRealTime(at + range.length());
+    return isFinite(range) && cel::isRealTime(at) && cel::isRealTime(at + range.length());
 }
 
 } // namespace
@@ -64,7 +68,7 @@ ce_handle Cel::makeCutAt(double t)
 
 void Cel::remove(const Range& range)
 {
-    if (std::isnan(range.start()) || std::isnan(range.end()))
+    if (!isFinite(range))
         return;
     if (!keepsSegmentObjects()) {
         if (const std::optional<Splice> splice = spliceOut(range)) {
