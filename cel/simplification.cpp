@@ -40,14 +40,13 @@ bool Cel::simplify(Simplification::eType type, const Range& range)
 void Cel::simplifyAll(const Range& range)
 {
     // All room that any of the steps may need comes first, then nothing fails in the middle.
-    const Cookie black = getBlackCookie();
     RemovedObjects removed(*this);
     std::vector<BlackGap> gaps;
     gaps.reserve(mostGaps());
     cel::detail::reserveMore(events_, 2 * gaps.capacity());
 
     dropZeroLengthSections(range, removed);
-    closeBlack(range, black, removed, gaps);
+    closeBlack(range, getBlackCookie(), removed, gaps);
     mergeCuts(
         range, [this](std::size_t out) { return isMatchFrameCut(int(out)); }, removed);
     // Kept: the whole track, whatever the range.
