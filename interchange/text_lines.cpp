@@ -20,32 +20,10 @@ bool isContinuation(char c)
     return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
 }
 
-/// Bytes of the UTF-8 character that `text` begins with; 0 when it begins with none.
-std::size_t characterBytes(std::string_view text)
-{
-    const auto lead = static_cast<unsigned char>(text[0]);
-    if (lead < 0x80)
-        return 1;
-    const std::size_t count = lead >= 0xC2 && lead < 0xE0   ? 2
-                              : lead >= 0xE0 && lead < 0xF0 ? 3
-                              : lead >= 0xF0 && lead < 0xF5 ? 4
-                                                            : 0;
-    if (count == 0 || text.size() < count)
-        return 0;
-    for (std::size_t i = 1; i < count; ++i)
-        if (!isContinuation(text[i]))
-            return 0;
-    // Overlong forms, surrogates, and what lies beyond the last character.
-    const auto second = static_cast<unsigned char>(text[1]);
-    const bool wrong = (lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F) ||
-                       (lead == 0xF0 && second < 0x90) || (lead == 0xF4 && second > 0x8F);
-    return wrong ? 0 : count;
-}
-
 bool isUtf8(std::string_view text)
 {
     while (!text.empty()) {
-        const std::size_t count = characterBytes(text);
+        const std::size_t count = utf8CharacterBytes(text);
         if (count == 0)
             return false;
         text.remove_prefix(count);
@@ -81,6 +59,27 @@ std::string_view wholeCharacters(std::string_view text, std::size_t mostBytes)
 }
 
 } // namespace
+
+std::size_t utf8CharacterBytes(std::string_view text)
+{
+    const auto lead = static_cast<unsigned char>(text[0]);
+    if (lead < 0x80)
+        return 1;
+    const std::size_t count = lead >= 0xC2 && lead < 0xE0   ? 2
+                              : lead >= 0xE0 && lead < 0xF0 ? 3
+                              : lead >= 0xF0 && lead < 0xF5 ? 4
+                                                            : 0;
+    if (count == 0 || text.size() < count)
+        return 0;
+    for (std::size_t i = 1; i < count; ++i)
+        if (!isContinuation(text[i]))
+            return 0;
+    // Overlong forms, surrogates, and what lies beyond the last character.
+    const auto second = static_cast<unsigned char>(text[1]);
+    const bool wrong = (lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F) ||
+                       (lead == 0xF0 && second < 0x90) || (lead == 0xF4 && second > 0x8F);
+    return wrong ? 0 : count;
+}
 
 CleanText cleanText(std::string_view text)
 {

@@ -23,6 +23,10 @@ struct CleanText
 };
 CleanText cleanText(std::string_view text);
 
+/// Bytes of the UTF-8 character that a text begins with; 0 when it begins with none. The text is
+/// not empty.
+std::size_t utf8CharacterBytes(std::string_view text);
+
 /// The lines of a text, one after the other; they may end in LF, CR LF or CR.
 class LineReader
 {

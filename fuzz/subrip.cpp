@@ -1,0 +1,13 @@
+#include "fuzz/subtitle_files.h"
+
+/// Any bytes as a SubRip file.
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    using namespace cel::fuzz;
+    std::string error;
+    const auto read = cel::readSubRip(textOf(data, size), error);
+    require(read.has_value() == error.empty(), "cues or an error, not both");
+    if (read)
+        examine(*read);
+    return 0;
+}

@@ -1,0 +1,73 @@
+#include "interchange/subrip.h"
+
+#include "interchange/subtitle_text.h"
+#include "interchange/text_lines.h"
+#include "interchange/webvtt.h"
+
+#include <algorithm>
+
+namespace cel {
+
+namespace {
+
+/// "{\an8}": the places of a numeric keypad.
+std::string placementMark(CuePlacement placement)
+{
+    const int key = columnOf(placement) + 1 + 3 * (2 - rowOf(placement));
+    return "{\\an" + std::to_string(key) + "}";
+}
+
+bool isNumber(std::string_view text)
+{
+    return std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+/// The text of a cue, none of whose lines may be taken for the times of another one.
+std::string safeText(const SubtitleCue& cue, CountedLosses& losses)
+{
+    std::string text;
+    std::string_view rest = cue.text;
+    while (!rest.empty()) {
+        const std::size_t end = std::min(rest.find('\n'), rest.size());
+        const std::string_view line = rest.substr(0, end);
+        rest.remove_prefix(std::min(end + 1, rest.size()));
+        if (isBlankLine(line))
+            continue;
+        if (parseCueTimes(line)) {
+            losses.add(cue.line, "text", "a line that reads as times got a point in front of it");
+            text += ". ";
+        }
+        text.append(line).append("\n");
+    }
+    return text;
+}
+
+} // namespace
+
+SubtitleExport writeSubRip(const SubtitleCues& file)
+{
+    SubtitleExport result;
+    CountedLosses losses;
+    if (!trimmed(file.header).empty())
+        losses.add(0, "header", "the header is left out: " + quoted(asOneLine(file.header, 200)));
+    for (const SubtitleBlock& block : file.blocks)
+        losses.add(block.line, "block", "left out: " + quoted(asOneLine(block.text, 200)));
+    std::size_t counter = 0;
+    for (const SubtitleCue& cue : file.cues) {
+        if (!isNumber(cue.identifier))
+            losses.add(cue.line, "identifier",
+                       "a counter stands in place of " + quoted(cue.identifier));
+        if (!saysNoMoreThan(cue.settings, cue.placement))
+            losses.add(cue.line, "setting",
+                       "of " + quoted(cue.settings) + " only the nearest of nine places is kept");
+        result.text += std::to_string(++counter) + "\n";
+        result.text += cueTime(cue.start, ',') + " --> " + cueTime(cue.end, ',') + "\n";
+        if (cue.placement != CuePlacement::bottom)
+            result.text += placementMark(cue.placement);
+        result.text += safeText(cue, losses) + "\n";
+    }
+    result.losses = losses.finished();
+    return result;
+}
+
+} // namespace cel
