@@ -50,7 +50,9 @@ public:
     {
         number_ = number;
         while (!line.empty()) {
-            const std::size_t at = std::min(line.find_first_of("<{"), line.size());
+            std::size_t at = 0;
+            while (at < line.size() && line[at] != '<' && line[at] != '{')
+                ++at;
             builder_.text(line.substr(0, at));
             line.remove_prefix(at);
             if (!line.empty())
