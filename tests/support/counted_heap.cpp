@@ -12,8 +12,22 @@ std::atomic<std::size_t> peak{0};
 /// In front of every block stands its size, in as much room as keeps the block aligned.
 constexpr std::size_t kHeader = alignof(std::max_align_t);
 
+thread_local std::size_t untilFailure = 0; ///< 0: none is to fail
+thread_local bool failsOnwards = false;
+thread_local bool hasFailed = false;
+
+bool isToFail() noexcept
+{
+    if (untilFailure == 0 || --untilFailure > 0)
+        return false;
+    untilFailure = failsOnwards ? 1 : 0;
+    return hasFailed = true;
+}
+
 void* allocate(std::size_t size) noexcept
 {
+    if (isToFail())
+        return nullptr;
     void* block = size <= SIZE_MAX - kHeader ? std::malloc(size + kHeader) : nullptr;
     if (!block)
         return nullptr;
@@ -60,4 +74,26 @@ cel::test::HeapPeak::HeapPeak()
 std::size_t cel::test::HeapPeak::growth() const
 {
     return peak - before_;
+}
+
+std::size_t cel::test::heapInUse()
+{
+    return inUse;
+}
+
+cel::test::FailingAllocations::FailingAllocations(std::size_t nth, bool onwards)
+{
+    hasFailed = false;
+    failsOnwards = onwards;
+    untilFailure = nth;
+}
+
+cel::test::FailingAllocations::~FailingAllocations()
+{
+    untilFailure = 0;
+}
+
+bool cel::test::FailingAllocations::happened()
+{
+    return hasFailed;
 }

@@ -17,4 +17,21 @@ private:
     std::size_t before_;
 };
 
+/// Bytes that are in use.
+std::size_t heapInUse();
+
+/// Lets an allocation of this thread fail, counted from construction on: the n-th, or with
+/// `onwards` all from the n-th on. One at a time.
+class FailingAllocations
+{
+public:
+    FailingAllocations(std::size_t nth, bool onwards);
+    ~FailingAllocations();
+    FailingAllocations(const FailingAllocations&) = delete;
+    FailingAllocations& operator=(const FailingAllocations&) = delete;
+
+    /// Whether one failed.
+    static bool happened();
+};
+
 } // namespace cel::test
