@@ -35,6 +35,18 @@ TEST(PlaysSame, LooksAtWhatPlaysAndNotAtHowItIsCut)
         {"another ramp",                 "A0-4~8>0",          "A0-4~12>0",           "ramp",     0},
         {"another curve",                "A0-4~8>0",          "A0-4~8>0/2>0",        "ramp",     0},
         {"another ramp at the end",      "A0-4~0>8",          "A0-4~0>12",           "ramp",     4},
+        {"another curve at the end",     "A0-4~0>8",          "A0-4~0>8/0>1",        "ramp",     4},
+        {"later another strip time",     "A0-4 B4-6",         "A0-4 B4-6@0.0000012", "strip",    4},
+        {"later another speed",          "A0-4 B4-6",         "A0-4 B4-6*-1",        "speed",    4},
+        {"later another level",          "A0-4 B4-6",         "A0-4 B4-6:1.000002",  "level",    4},
+        {"later inactive",               "A0-4 B4-6",         "A0-4 B4-6!",          "active",   4},
+        {"later another ramp",           "A0-4 B4-6~4>0",     "A0-4 B4-6~5>0",       "ramp",     4},
+        {"a hole",                       "A0-4 B4-6",         "A0-3 B4-6",           "material", 3},
+        {"sound for picture",            "A0-4 B4-6",         "A0-4 b4-6",           "material", 4},
+        {"another version",              "A0-4 B4-6",         "A0-4 B'4-6",          "material", 4},
+        {"nearly the same",              "A0-4 B4-6",         "A0-4 B4-6@0.0000008", nullptr,    0},
+        {"what neither shows nor sounds", "A0-4#7^1=4/1",     "A0-4#8^2=8/2",        nullptr,    0},
+        {"black of sound and picture",   "A0-4 .4-6",         "A0-4 ,4-6",           nullptr,    0},
     };
     // clang-format on
     for (const Case& c : cases) {
