@@ -1,5 +1,6 @@
 // Runs the built command line as a shell does; the command lines and what they answer are in
 // commands.txt.
+#include "interchange/cel_store.h"
 #include "interchange/cel_stream.h"
 #include "tests/support/temporary_folder.h"
 
@@ -135,12 +136,28 @@ void saveDamagedCut(const std::filesystem::path& path)
     ASSERT_TRUE(cel::saveCut(cut, path, cel::SaveGuard::force, error)) << error;
 }
 
+/// A store with a track that something belongs to.
+void saveCutWithObject(const std::filesystem::path& path)
+{
+    cel::Cut cut;
+    cut.rate = {25, 1, false};
+    cut.startFrame = 90000;
+    const Kt::Ptr<Cel> track = cut.addTrack(kVideoCookie);
+    track->appendEventPair(cut.materials.add({kVideoCookie, "LAKE", "TAPE1", ""}), 10, 4, -1);
+    const IdStamp object(1, 1, 1);
+    cut.objects.put(object, Kt::Ptr<Cel>(new Cel(0, 0.04)));
+    cut.objects.name({track->editChannelId(), "levels", 0}, object);
+    std::string error;
+    ASSERT_TRUE(cel::saveStoredCut(cut, path, cel::SaveGuard::refuse, error)) << error;
+}
+
 TEST(Tool, AnswersEachCommandLineAsTheTableSays)
 {
     const Shell shell;
     for (const auto& entry : std::filesystem::directory_iterator(CEL_TOOL_TESTS "/files"))
         std::filesystem::copy(entry, shell.folder() / entry.path().filename().string());
     saveDamagedCut(shell.folder() / "damaged.cel");
+    saveCutWithObject(shell.folder() / "levels.celdb");
 
     const std::vector<Case> cases = casesIn(contentOf(CEL_TOOL_TESTS "/commands.txt"));
     ASSERT_GT(cases.size(), 20U);

@@ -153,16 +153,18 @@ Json stepsAsJson(const std::vector<MendingStep>& steps)
 }
 
 /// Saves what was mended; a file that is damaged itself stays as it is.
-void saveMended(const CheckOptions& options, const OpenedCut& opened, const MendedCut& mended)
+/// @return what the form of the result cannot hold.
+LossLedger saveMended(const CheckOptions& options, const OpenedCut& opened, const MendedCut& mended,
+                      const std::string& output)
 {
-    if (options.output.empty() && !holdsEverything(opened.kind))
+    const bool inPlace = samePath(output, options.file);
+    if (inPlace && !holdsEverything(opened.kind))
         throw Failure(kUsage, options.file + " is " + describe(opened.kind) +
                                   "; name a result with -o NEW.cel");
-    if (options.output.empty() && !opened.findings.empty())
+    if (inPlace && !opened.findings.empty())
         throw Failure(kUnwritable, options.file + ": the file itself is damaged and stays as it "
                                                   "is; -o NEW.cel saves what can be read of it");
-    WrittenCut written = writeAs(FileKind::stream, mended.cut);
-    saveWritten(written, options.output.empty() ? options.file : options.output, SaveGuard::refuse);
+    return saveCutBack(opened, mended.cut, options.file, output, SaveGuard::refuse);
 }
 
 int runFix(const CheckOptions& options, const OpenedCut& opened)
@@ -171,9 +173,8 @@ int runFix(const CheckOptions& options, const OpenedCut& opened)
     // What is missing in the file is not mended by writing the rest anew.
     const std::vector<CutFinding> remaining = findingsOf(options, mended.cut, opened.findings);
     const bool saves = !mended.steps.empty() || !options.output.empty();
-    if (saves)
-        saveMended(options, opened, mended);
     const std::string output = options.output.empty() ? options.file : options.output;
+    const LossLedger losses = saves ? saveMended(options, opened, mended, output) : LossLedger();
 
     std::string text;
     if (options.json) {
@@ -182,7 +183,8 @@ int runFix(const CheckOptions& options, const OpenedCut& opened)
             json.set("output", output);
         else
             json.setNull("output");
-        text = json.set("mended", stepsAsJson(mended.steps)).text();
+        json.set("mended", stepsAsJson(mended.steps)).set("losses", lossesAsJson(losses));
+        text = json.text();
     } else {
         text = describeSteps(mended.steps);
         if (mended.steps.empty() && !remaining.empty())
@@ -191,6 +193,7 @@ int runFix(const CheckOptions& options, const OpenedCut& opened)
             text += "It plays as before. " + std::string(remaining.empty() ? "" : "What remains:") +
                     "\n";
         text += reportAsText(options, mended.cut, remaining);
+        text += describeLosses(losses, "did not fit into " + printable(output));
         if (saves)
             text += "Saved " + printable(output) + ".\n";
     }

@@ -260,6 +260,22 @@ void saveWritten(WrittenCut& written, const std::string& path, SaveGuard guard)
     }
 }
 
+LossLedger saveCutBack(const OpenedCut& opened, const Cut& cut, const std::string& openedPath,
+                       const std::string& path, SaveGuard guard)
+{
+    const FileKind kind =
+        samePath(path, openedPath) ? opened.kind : kindOfName(path).value_or(FileKind::stream);
+    WrittenCut written = writeAs(kind, cut);
+    saveWritten(written, path, guard);
+    return std::move(written.losses);
+}
+
+bool samePath(const std::string& a, const std::string& b)
+{
+    std::error_code fault;
+    return a == b || std::filesystem::equivalent(a, b, fault);
+}
+
 std::vector<std::size_t> chosenTracks(const Cut& cut, const std::vector<std::string>& names)
 {
     std::vector<std::size_t> chosen;

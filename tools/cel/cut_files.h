@@ -73,6 +73,15 @@ WrittenCut writeAs(FileKind kind, const Cut& cut,
 /// @throws Failure `kUnwritable` with the name of the file and the reason.
 void saveWritten(WrittenCut& written, const std::string& path, SaveGuard guard);
 
+/// Saves a cut whole: over the file that it came from in the form of that file, else in the form
+/// that the name of the result ends in.
+/// @return what that form cannot hold. @throws Failure as `saveWritten`.
+LossLedger saveCutBack(const OpenedCut& opened, const Cut& cut, const std::string& openedPath,
+                       const std::string& path, SaveGuard guard);
+
+/// Whether both name one file.
+bool samePath(const std::string& a, const std::string& b);
+
 /// The places in `cut.tracks` of the tracks of these names, or of all when there are no names.
 /// @throws Failure `kUsage` for a name that no track has, with those that there are.
 std::vector<std::size_t> chosenTracks(const Cut& cut, const std::vector<std::string>& names);

@@ -8,7 +8,6 @@
 #include "tools/cel/text.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <string_view>
 #include <utility>
 
@@ -86,6 +85,9 @@ EditedTrack Edit::editTrack(std::size_t index, std::optional<MaterialStretch> ma
     edited.markBefore = edit.markBefore();
     edited.markAfter = edit.markAfter();
     edited.before = before;
+    for (const auto& [place, object] : cut_.objects.names())
+        edited.attached +=
+            place.owner == before->editChannelId() && before->editChannelId().valid();
     edited.after = edit.produced() ? edit.produced() : cut_.tracks[index];
     edited.taken = static_cast<bool>(edit.produced());
     edited.changed = !sameEvents(*before, *cut_.tracks[index]);
@@ -177,12 +179,6 @@ std::string plainName(const EditArgument& argument)
     std::string name = argument.name;
     std::erase_if(name, [](char c) { return c == '[' || c == ']'; });
     return name;
-}
-
-bool samePath(const std::string& a, const std::string& b)
-{
-    std::error_code fault;
-    return a == b || std::filesystem::equivalent(a, b, fault);
 }
 
 } // namespace cel::tool

@@ -40,6 +40,7 @@ public:
     /// @throws Failure as `EditOperation::run`.
     void run();
 
+    const OpenedCut& opened() const { return opened_; }
     const Cut& before() const { return opened_.cut; }
     const std::vector<EditedTrack>& tracks() const { return tracks_; }
     bool isDamaged() const { return !opened_.findings.empty(); }
@@ -67,8 +68,5 @@ private:
 
 /// The name of an argument without the brackets that say that it may be left out.
 std::string plainName(const EditArgument& argument);
-
-/// Whether both name one file, whether it is there or not.
-bool samePath(const std::string& a, const std::string& b);
 
 } // namespace cel::tool

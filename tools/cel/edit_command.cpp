@@ -22,20 +22,20 @@ std::vector<EditFamily> editFamilies()
 
 namespace {
 
-void save(const Edit& edit, const EditRequest& request)
+/// @return what the form of the result could not hold.
+LossLedger save(const Edit& edit, const EditRequest& request)
 {
     const std::string target = edit.target();
     if (edit.isDamaged() && samePath(target, request.file))
         throw Failure(kUnwritable, request.file +
                                        ": the file is damaged and stays as it is; -o NEW "
                                        "writes what can be read of it, edited");
-    const Cut result = edit.result();
-    WrittenCut written = writeAs(FileKind::stream, result);
-    saveWritten(written, target, request.force ? SaveGuard::force : SaveGuard::refuse);
+    return saveCutBack(edit.opened(), edit.result(), request.file, target,
+                       request.force ? SaveGuard::force : SaveGuard::refuse);
 }
 
 Json reportAsJson(const EditOperation& operation, const EditRequest& request, const Edit& edit,
-                  bool saves)
+                  bool saves, const LossLedger& losses)
 {
     Json json = Json::object();
     json.set("file", request.file).set("operation", operation.name).set("dryRun", request.dryRun);
@@ -43,6 +43,7 @@ Json reportAsJson(const EditOperation& operation, const EditRequest& request, co
         json.set("output", edit.target());
     else
         json.setNull("output");
+    json.set("losses", lossesAsJson(losses));
     json.set("tracks", editAsJson(edit.before(), edit.tracks()));
     return json;
 }
@@ -58,12 +59,13 @@ int runEdit(const EditOperation& operation, const EditRequest& request)
     // A file that would become what it is stays untouched, its time too.
     const bool saves =
         !request.dryRun && (edit.changesCut() || !samePath(edit.target(), request.file));
+    LossLedger losses;
     if (saves)
-        save(edit, request);
+        losses = save(edit, request);
 
     std::string text;
     if (request.json) {
-        text = reportAsJson(operation, request, edit, saves).text();
+        text = reportAsJson(operation, request, edit, saves, losses).text();
     } else {
         Terminal terminal = terminalOfOutput();
         if (request.width > 0)
@@ -71,6 +73,7 @@ int runEdit(const EditOperation& operation, const EditRequest& request)
         if (request.picture || request.dryRun)
             text = drawEdit(edit.before(), edit.tracks(), terminal) + "\n";
         text += describeEdit(edit.before(), edit.tracks());
+        text += describeLosses(losses, "did not fit into " + printable(edit.target()));
         text += request.dryRun ? "Nothing was written (--dry-run).\n"
                 : saves        ? "Saved " + printable(edit.target()) + ".\n"
                                : "Nothing changed.\n";

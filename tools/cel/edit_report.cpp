@@ -109,6 +109,10 @@ std::string describeEdit(const Cut& cut, const std::vector<EditedTrack>& tracks)
                 changeOf(describeDuration(cut, lengthOf(*track.before)),
                          describeDuration(cut, lengthOf(*track.after))) +
                 "; " + changeOf(count(*track.before), count(*track.after)) + "\n";
+        if (track.attached > 0 && track.changed)
+            text += std::string(6, ' ') +
+                    "what belongs to it besides its sections stays as it was, " +
+                    counted(static_cast<long long>(track.attached), "object") + "\n";
         if (track.newlyOffFrames > 0)
             text += std::string(6, ' ') +
                     counted(static_cast<long long>(track.newlyOffFrames), "event") +
@@ -125,6 +129,7 @@ Json editAsJson(const Cut& cut, const std::vector<EditedTrack>& tracks)
         json.set("track", nameOfTrack(cut, track.index))
             .set("done", track.done)
             .set("changed", track.changed)
+            .set("attachedObjects", track.attached)
             .set("newlyOffFrames", track.newlyOffFrames)
             .set("before", stateAsJson(*track.before))
             .set("after", stateAsJson(*track.after));

@@ -22,6 +22,7 @@ struct EditedTrack
     Kt::Ptr<Cel> after;             ///< the same track edited, or the track that was made from it
     bool changed = false;           ///< whether the edited track holds other events than before
     bool taken = false;             ///< whether `after` was taken out and the edited track stays
+    std::size_t attached = 0;       ///< objects that belong to the track besides its sections
     std::size_t newlyOffFrames = 0; ///< events that the edit left between two frames
 };
 
