@@ -25,8 +25,8 @@ struct Cut
     MaterialTable materials;
     std::vector<Kt::Ptr<Cel>> tracks;
 
-    /// What belongs to the tracks, under the identity of their channel. A track stream has no room
-    /// for it.
+    /// What belongs to the tracks, under the identity of their channel: their level envelopes (see
+    /// `levelsOf`) and whatever else a store or a stream brought along.
     CutObjects objects;
 
     /// The store that the cut was read from or saved to last, and its state then.

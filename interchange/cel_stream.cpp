@@ -22,6 +22,7 @@ std::vector<std::size_t> packCut(const Cut& cut, StreamFile& file)
         places.push_back(file.bytes().size());
         track->STRM_hierarchyPack(stream);
     }
+    writeObjectLayers(cut, stream);
     return places;
 }
 

@@ -1,5 +1,6 @@
 #include "interchange/cel_stream_format.h"
 
+#include "interchange/cut_levels.h"
 #include "interchange/text_lines.h"
 #include "interchange/track_guard.h"
 #include "platform/support/StreamClassRegistrar.h"
@@ -139,17 +140,24 @@ Kt::Ptr<Cel> trackForLayer(PStream& stream, const LightweightString<char>& layer
 std::string damageOfSaving(const Cut& cut, std::span<const std::size_t> places, StreamFile& packed)
 {
     std::string damage;
+    const auto add = [&damage](const Cel& track, const std::string& what) {
+        if (!what.empty())
+            damage.append(damage.empty() ? "track " : "; track ")
+                .append(track.editChannelName().view())
+                .append(": ")
+                .append(what);
+    };
     for (std::size_t i = 0; i < cut.tracks.size(); ++i) {
+        const Cel& track = *cut.tracks[i];
         PStream stream(packed);
         packed.seek(places[i]);
         const Kt::Ptr<Cel> decoded = trackForLayer(stream, Cel::shortLayerName());
         decoded->STRM_hierarchyUnpack(stream);
-        const std::string difference = whatDiffers(*cut.tracks[i], *decoded, cut.rate);
-        if (difference.empty())
-            continue;
-        const std::string name(cut.tracks[i]->editChannelName().view());
-        damage.append(damage.empty() ? "track " : "; track ").append(name).append(": ");
-        damage += difference;
+        add(track, whatDiffers(track, *decoded, cut.rate));
+        const LevelError levels = errorOfStoring(levelsOf(cut, track));
+        if (levels.decibels > 0.0)
+            add(track, "the jump of its level envelope at " + cut.timecodeAt(levels.time) +
+                           " would be lost");
     }
     return damage;
 }

@@ -18,6 +18,7 @@ namespace cel {
 inline constexpr std::string_view kCutLayer = "P";
 inline constexpr unsigned char kCutRevision = 1;
 inline constexpr std::string_view kMaterialLayer = "M";
+inline constexpr std::string_view kObjectLayer = "O";
 
 /// Tracks that a stream holds at most.
 inline constexpr std::size_t kMostTracks = 1000;
@@ -41,6 +42,13 @@ void writeMaterialLayer(const Cut& cut, PStream& stream);
 /// Read the layer that comes next in the stream and report what is wrong with it.
 void readCutLayer(PStream& stream, Cut& cut, CutHead& head, const CutReport& report);
 void readMaterialLayer(PStream& stream, Cut& cut, CutHead& head, const CutReport& report);
+
+/// A layer for each of the cut's objects, behind those of the tracks that they belong to.
+void writeObjectLayers(const Cut& cut, PStream& stream);
+
+/// Reads the one that comes next in the stream and reports what is wrong with it, by the name of
+/// the track that it belongs to.
+void readObjectLayer(PStream& stream, Cut& cut, const CutReport& report);
 
 /// Fills in what was not stored, and says so.
 void completeCut(Cut& cut, const CutHead& head, const CutReport& report);

@@ -76,6 +76,8 @@ private:
             readCutLayer(stream, result_.cut, head_, reporter(offset));
         else if (name.view() == kMaterialLayer && !head_.sawMaterials)
             readMaterialLayer(stream, result_.cut, head_, reporter(offset));
+        else if (name.view() == kObjectLayer)
+            readObjectLayer(stream, result_.cut, reporter(offset));
         else if (const Kt::Ptr<Cel> track = trackForLayer(stream, name))
             return readTrack(stream, offset, name, track);
         else

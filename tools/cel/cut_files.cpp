@@ -1,5 +1,7 @@
 #include "tools/cel/cut_files.h"
 
+#include "interchange/cut_levels.h"
+
 #include "interchange/edl.h"
 #include "interchange/text_list.h"
 #include "platform/support/object_file.h"
@@ -159,6 +161,18 @@ TextFile linesOf(std::string_view text)
     return file;
 }
 
+/// Neither list has a form for level envelopes; those at unity say nothing.
+void addLevelLosses(const Cut& cut, LossLedger& losses)
+{
+    for (std::size_t i = 0; i < cut.tracks.size(); ++i) {
+        const AudLevelsCel levels = levelsOf(cut, *cut.tracks[i]);
+        if (worstLevelError(levels.snapshot(), AudLevelsCel::Store()).decibels > 0.0)
+            losses.add(0, "levels",
+                       "the level envelope of " + nameOfTrack(cut, i) +
+                           " has no form there; the track plays at unity");
+    }
+}
+
 } // namespace
 
 const char* describe(FileKind kind)
@@ -233,13 +247,10 @@ WrittenCut writeAs(FileKind kind, const Cut& cut, std::optional<Kt::Ed2Support::
         EdlExport list = exportEdl(cut);
         written.text = linesOf(list.text);
         written.losses = std::move(list.losses);
+        addLevelLosses(cut, written.losses);
     } else if (kind == FileKind::textList) {
         written.losses = exportTextList(cut, written.text, standard).losses;
-    } else if (kind == FileKind::stream) {
-        for (const auto& [id, object] : cut.objects.all())
-            written.losses.add(0, "object",
-                               "object " + std::string(id.asString().view()) + " of class " +
-                                   object.className + " stays behind: a stream holds tracks only");
+        addLevelLosses(cut, written.losses);
     }
     return written;
 }

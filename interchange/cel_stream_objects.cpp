@@ -1,0 +1,139 @@
+// The layers of a cut's stream that hold what belongs to its tracks.
+
+#include "interchange/cel_stream_format.h"
+#include "interchange/text_lines.h"
+#include "platform/foundation/Exception.h"
+#include "platform/support/PStream.h"
+#include "platform/support/layers.h"
+#include "platform/support/object_file.h"
+
+#include <utility>
+
+namespace cel {
+
+namespace {
+
+constexpr unsigned char kObjectRevision = 1;
+
+using Place = CutObjects::Place;
+
+void packObject(const CutObjects& objects, const ObjectRow& row, PStream& stream)
+{
+    StreamFile& file = stream.file();
+    row.id.pack(stream);
+    stream << LightweightString<char>(row.className);
+    file.setCookedChar(static_cast<char>(row.revision));
+    std::vector<const Place*> places;
+    for (const auto& [place, object] : objects.names())
+        if (object == row.id)
+            places.push_back(&place);
+    file.setUnsignedLong(static_cast<std::uint32_t>(places.size()));
+    for (const Place* place : places) {
+        place->owner.pack(stream);
+        stream << LightweightString<char>(place->role);
+        file.setUnsignedLong(place->position);
+    }
+    file.write(row.layers);
+}
+
+struct UnpackedObject
+{
+    CutObject object;
+    std::vector<Place> places;
+};
+
+/// Reads all but the object itself, whose layers follow.
+UnpackedObject unpackHead(PStream& stream, unsigned char revision)
+{
+    StreamFile& file = stream.file();
+    UnpackedObject read;
+    LightweightString<char> text;
+    read.object.id.unpack(stream, revision);
+    stream >> text;
+    read.object.className = text.view();
+    read.object.revision = static_cast<unsigned char>(file.getCookedChar());
+    // The count is not trusted: a name that the layer does not hold ends the list.
+    for (std::uint32_t left = file.getUnsignedLong(); left > 0 && !file.faulted(); --left) {
+        Place place;
+        place.owner.unpack(stream, revision);
+        stream >> text;
+        place.role = text.view();
+        place.position = file.getUnsignedLong();
+        if (!file.faulted())
+            read.places.push_back(std::move(place));
+    }
+    return read;
+}
+
+/// "levels of track A1 (layer O)"; by its identity when it belongs to no track that was read.
+std::string objectText(const Cut& cut, const UnpackedObject& read)
+{
+    for (const Place& place : read.places)
+        for (const Kt::Ptr<Cel>& track : cut.tracks)
+            if (place.owner.valid() && track->editChannelId() == place.owner)
+                return asOneLine(place.role, 20) + " of track " +
+                       asOneLine(track->editChannelName().view(), 40) + " (" +
+                       layerText(kObjectLayer) + ")";
+    return "object " + std::string(read.object.id.asString().view()) + " (" +
+           layerText(kObjectLayer) + ")";
+}
+
+/// What is known of the class becomes an object, of anything else the bytes stay.
+void buildFrom(std::span<const std::byte> layers, CutObject& object, std::string& notes)
+{
+    StreamFile buffer;
+    try {
+        object.object =
+            buildObject({object.id, object.className, object.revision, layers}, notes, buffer);
+    } catch (const Kt::Exception::Base& fault) {
+        notes = std::string("it cannot be read: ") + fault.what();
+    }
+    if (!object.object)
+        object.layers.assign(layers.begin(), layers.end());
+}
+
+} // namespace
+
+void writeObjectLayers(const Cut& cut, PStream& stream)
+{
+    for (const auto& [id, object] : cut.objects.all()) {
+        ObjectPacker packer;
+        if (object.object)
+            packer.add(id, *object.object);
+        else
+            packer.add({id, object.className, object.revision, object.layers});
+        const std::vector<ObjectRow> rows = packer.rows();
+        writeLayer(stream, kObjectLayer, [&](PStream& body) {
+            packObject(cut.objects, rows.front(), body);
+            return kObjectRevision;
+        });
+    }
+}
+
+void readObjectLayer(PStream& stream, Cut& cut, const CutReport& report)
+{
+    std::string where = layerText(kObjectLayer);
+    readLayer(stream, kObjectLayer, [&](const LayerFrame& frame) {
+        UnpackedObject read = unpackHead(stream, frame.revision);
+        where = objectText(cut, read);
+        if (frame.revision != kObjectRevision)
+            report(where, "it has the unknown revision " + std::to_string(frame.revision));
+        if (stream.file().faulted() || !read.object.id.valid()) {
+            stream.file().clearFault();
+            return report(where, "it ends too early or has no identity; it was left out");
+        }
+        std::string notes;
+        buildFrom(stream.file().take(stream.remaining()), read.object, notes);
+        // The checksum of the layer around it says the same.
+        if (!notes.empty() && frame.checksumMatches)
+            report(where, noteText(notes));
+        if (cut.objects.find(read.object.id))
+            return report(where, "a second object of its identity was left out");
+        for (const Place& place : read.places)
+            cut.objects.name(place, read.object.id);
+        cut.objects.put(std::move(read.object));
+    });
+    reportNotes(stream, where, report);
+}
+
+} // namespace cel

@@ -1,0 +1,148 @@
+#include "interchange/cut_levels.h"
+
+#include "interchange/cel_store.h"
+#include "interchange/cel_stream.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/track_notation.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+
+namespace cel::test {
+namespace {
+
+using Store = AudLevelsCel::Store;
+
+/// "0:1 4:0.5": times and levels.
+std::string describe(const AudLevelsCel& levels)
+{
+    std::string text;
+    const Store store = levels.snapshot();
+    for (const Store::Node& node : store.nodes()) {
+        char one[64];
+        std::snprintf(one, sizeof one, "%s%g:%g", text.empty() ? "" : " ", node.getRawTime(),
+                      static_cast<double>(node.getLevel()));
+        text += one;
+    }
+    return text;
+}
+
+/// A picture and two tracks of sound, the first of which has an envelope.
+Cut cutWithLevels()
+{
+    Cut cut;
+    cut.rate = {25, 1, false};
+    fill(*cut.addTrack(kVideoCookie), "A0-4");
+    for (int i = 0; i < 2; ++i)
+        fill(*cut.addTrack(kAudioCookie), "A0-4 B4-6");
+    AudLevelsCel levels = flatLevels(*cut.track("A1"));
+    levels.insertNode({2.0, 0.5F, Store::kOrdinary, false});
+    setLevels(cut, *cut.track("A1"), levels);
+    return cut;
+}
+
+TEST(CutLevels, BelongToOneTrackAndFollowItsCopies)
+{
+    Cut cut = cutWithLevels();
+    EXPECT_EQ(describe(levelsOf(cut, *cut.track("A1"))), "0:1 2:0.5 6:1");
+    EXPECT_FALSE(levelsOf(cut, *cut.track("A2")).valid());
+    EXPECT_DOUBLE_EQ(levelsOf(cut, *cut.track("A1")).getResolution(), 0.04);
+    EXPECT_TRUE(levelsOf(cut, *Kt::Ptr<Cel>(new Cel(*cut.track("A1")))).valid());
+
+    // A clone has the identity of its original, and two tracks cannot share one.
+    setLevels(cut, *cut.track("A2"), levelsOf(cut, *cut.track("A1")).clone());
+    levelsOf(cut, *cut.track("A2")).remove({0, 3});
+    EXPECT_EQ(describe(levelsOf(cut, *cut.track("A1"))), "0:1 2:0.5 6:1");
+    EXPECT_EQ(describe(levelsOf(cut, *cut.track("A2"))), "0:0.625 3:1");
+
+    setLevels(cut, *cut.track("A1"), AudLevelsCel::createInvalid());
+    EXPECT_FALSE(levelsOf(cut, *cut.track("A1")).valid());
+    EXPECT_EQ(cut.objects.all().size(), 1U);
+    EXPECT_EQ(cut.objects.names().size(), 1U);
+}
+
+TEST(CutLevels, OfATrackWithoutIdentityGiveItOne)
+{
+    Cut cut;
+    cut.tracks.push_back(track("A0-4", 0.04));
+    cut.tracks.push_back(track("A0-4", 0.04));
+    ASSERT_FALSE(cut.tracks[0]->editChannelId().valid());
+    setLevels(cut, *cut.tracks[0], flatLevels(*cut.tracks[0]));
+    EXPECT_TRUE(levelsOf(cut, *cut.tracks[0]).valid());
+    EXPECT_FALSE(levelsOf(cut, *cut.tracks[1]).valid());
+}
+
+TEST(CutLevels, SurviveAStreamAndAStore)
+{
+    const TemporaryFolder folder;
+    Cut cut = cutWithLevels();
+    CutObject unknown;
+    unknown.id = IdStamp(7, 7, 7);
+    unknown.className = "Future";
+    unknown.revision = 3;
+    unknown.layers = {std::byte(1), std::byte(2)};
+    cut.objects.put(unknown);
+    for (const bool store : {false, true}) {
+        SCOPED_TRACE(store ? "store" : "stream");
+        std::string error;
+        const auto path = folder / (store ? "a.celdb" : "a.cel");
+        ASSERT_TRUE(store ? saveStoredCut(cut, path, SaveGuard::refuse, error)
+                          : saveCut(cut, path, SaveGuard::refuse, error))
+            << error;
+        const auto loaded = store ? loadStoredCut(path, error) : loadCut(path, error);
+        ASSERT_TRUE(loaded) << error;
+        EXPECT_TRUE(loaded->findings.empty()) << loaded->findings.front().text;
+        const AudLevelsCel levels = levelsOf(loaded->cut, *loaded->cut.track("A1"));
+        EXPECT_EQ(describe(levels), "0:1 2:0.5 6:1");
+        EXPECT_DOUBLE_EQ(levels.getResolution(), 0.04);
+        EXPECT_EQ(levels.id(), levelsOf(cut, *cut.track("A1")).id());
+        const CutObject* kept = loaded->cut.objects.find(unknown.id);
+        ASSERT_TRUE(kept);
+        EXPECT_EQ(kept->layers, unknown.layers);
+        EXPECT_EQ(kept->revision, 3);
+    }
+}
+
+TEST(CutLevels, ThatAreDamagedAreReportedByTheirTrack)
+{
+    const Cut cut = cutWithLevels();
+    const std::vector<std::byte> sound = writeCut(cut);
+    std::string error;
+    const auto cleanSize = [&] {
+        Cut bare = cut;
+        bare.objects = {};
+        return writeCut(bare).size();
+    }();
+    // Whatever bit of the layer turns over, the tracks are read and something is said.
+    int byName = 0;
+    for (std::size_t byte = cleanSize; byte < sound.size(); ++byte) {
+        std::vector<std::byte> damaged = sound;
+        damaged[byte] ^= std::byte(1 << byte % 8);
+        const auto loaded = readCut(damaged, error);
+        ASSERT_TRUE(loaded) << byte;
+        EXPECT_EQ(loaded->cut.tracks.size(), 3U) << byte;
+        ASSERT_FALSE(loaded->findings.empty()) << byte;
+        EXPECT_LE(loaded->cut.objects.all().size(), 1U);
+        byName += loaded->findings.front().where == "levels of track A1 (layer O)";
+    }
+    EXPECT_GT(byName, 100) << "the nodes alone are more";
+}
+
+TEST(CutLevels, RefuseToBeSavedWhenAJumpWouldBeLost)
+{
+    const TemporaryFolder folder;
+    const Cut cut = cutWithLevels();
+    levelsOf(cut, *cut.track("A1"))
+        .getNodeStore()
+        .insert_noAdjust({2.0, 0.25F, Store::kOrdinary, false});
+    std::string error;
+    EXPECT_FALSE(saveCut(cut, folder / "a.cel", SaveGuard::refuse, error));
+    EXPECT_NE(error.find("track A1: the jump of its level envelope at 00:00:02:00 would be lost"),
+              std::string::npos)
+        << error;
+    EXPECT_TRUE(saveCut(cut, folder / "a.cel", SaveGuard::force, error));
+}
+
+} // namespace
+} // namespace cel::test
