@@ -1,3 +1,4 @@
+#include "interchange/cut_levels.h"
 #include "tools/cel/command_line.h"
 #include "tools/cel/commands.h"
 #include "tools/cel/cut_files.h"
@@ -94,6 +95,9 @@ int runImport(const ImportOptions& options)
     if (!holdsEverything(kind))
         throw Failure(kUsage, options.output + kWrongResult);
     OpenedCut opened = openCut(options.input, rateOf(options));
+    for (const Kt::Ptr<Cel>& track : opened.cut.tracks)
+        if (kindOf(*track) == kAudioCookie && !levelsOf(opened.cut, *track).valid())
+            setLevels(opened.cut, *track, flatLevels(*track));
     WrittenCut written = writeAs(*kind, opened.cut);
     opened.losses.append(written.losses);
     const bool refused = options.strict && !(opened.losses.empty() && opened.findings.empty());
