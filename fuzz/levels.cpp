@@ -144,7 +144,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     constexpr unsigned kRevisions = 5;
     constexpr int kEdits = 20;
-    constexpr std::size_t kLarge = 1024; ///< nodes; an envelope put into itself doubles
+    constexpr std::size_t kLarge = 256; ///< nodes; an envelope put into itself doubles
     if (size == 0)
         return 0;
     const auto levels =

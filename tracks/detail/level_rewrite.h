@@ -31,7 +31,10 @@ void rewrite(Aud::DynamicLevelControl::Store& nodes, const LevelStretch& stretch
     const auto all = nodes.nodes();
     const std::size_t first = nodes.indexOf(stretch.from);
     const std::size_t behind = std::max(first, nodes.indexOf(stretch.to));
-    const std::size_t begin = std::min(first, nodes.indexOf(stretch.earliest));
+    double earliest = stretch.earliest;
+    if (behind < all.size()) // of huge times only the first digits are moved, and too far
+        earliest = std::min(earliest, all[behind].getRawTime() + stretch.laterBy);
+    const std::size_t begin = std::min(first, nodes.indexOf(earliest));
     const auto comesEarly = [&stretch](const Node& node) {
         return node.getRawTime() + stretch.laterBy <= stretch.latest;
     };
