@@ -11,6 +11,8 @@ std::vector<Row> rangeEditRows();
 std::vector<Row> wholeTrackRows();
 std::vector<Row> persistenceRows();
 std::vector<Row> savingRows();
+std::vector<Row> trackHandleRows();
+std::vector<Row> levelRows();
 
 std::vector<Note> memoryNotes();
 
