@@ -1,11 +1,11 @@
-# The README shows the program as it is and its output as it comes.
+# A page shows the program as it is and its output as it comes.
 execute_process(COMMAND "${PROGRAM}" OUTPUT_VARIABLE output RESULT_VARIABLE result)
-file(READ "${README}" readme)
+file(READ "${PAGE}" page)
 file(READ "${SOURCE}" source)
 foreach(text IN ITEMS output source)
-    string(FIND "${readme}" "${${text}}" place)
+    string(FIND "${page}" "${${text}}" place)
     if(place EQUAL -1)
-        message(FATAL_ERROR "The README does not show the ${text} of the example:\n${${text}}")
+        message(FATAL_ERROR "${PAGE} does not show the ${text} of the example:\n${${text}}")
     endif()
 endforeach()
 if(NOT result EQUAL 0)
