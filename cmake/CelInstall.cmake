@@ -17,7 +17,7 @@ if(TARGET cel_tool)
 endif()
 
 # What lies in detail/ may change with every version.
-install(DIRECTORY cel tracks DESTINATION "${header_dir}" FILES_MATCHING PATTERN "*.h"
+install(DIRECTORY cel tracks subtitles DESTINATION "${header_dir}" FILES_MATCHING PATTERN "*.h"
         PATTERN detail EXCLUDE)
 install(DIRECTORY platform DESTINATION "${header_dir}" FILES_MATCHING PATTERN "*.h"
         PATTERN embedded EXCLUDE)

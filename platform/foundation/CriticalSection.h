@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/foundation/Ptr.h"
+
 #include <mutex>
 
 /// Re-entrant lock: one thread may take it several times and must release it as often.
@@ -24,7 +26,29 @@ private:
 
 namespace Kt {
 
-/// Holds a `CriticalSection` for the length of a scope.
-using Guard = std::scoped_lock<CriticalSection>;
+/// Keeps something up for as long as it lives: a `CriticalSection` taken, for the length of a
+/// scope, or what a derived guard stands for, which is then shared by pointers.
+class Guard : public InternalRefCount
+{
+public:
+    explicit Guard(CriticalSection& section)
+        : section_(&section)
+    {
+        section.lock();
+    }
+    Guard(const Guard&) = delete;
+    Guard& operator=(const Guard&) = delete;
+    ~Guard() override
+    {
+        if (section_)
+            section_->unlock();
+    }
+
+protected:
+    Guard() = default;
+
+private:
+    CriticalSection* section_ = nullptr;
+};
 
 } // namespace Kt
