@@ -1,5 +1,6 @@
 #include "cel/detail/InsertedMaterial.h"
 
+#include "cel/detail/ObjectJournal.h"
 #include "cel/detail/grid.h"
 #include "platform/support/Log.h"
 #include "platform/support/TagBag.h"
@@ -49,9 +50,21 @@ Cel::InsertedMaterial::InsertedMaterial(Cel& track, const Range& range, double a
 
 Cel::InsertedMaterial::~InsertedMaterial()
 {
-    for (; !made_.empty(); made_.pop_back())
-        if (made_.back().valid())
-            track_.destroySegmentObject(made_.back());
+    for (; !shared_.empty(); shared_.pop_back())
+        takeBack(shared_.back());
+}
+
+void Cel::InsertedMaterial::takeBack(const Shared& shared) noexcept
+{
+    if (shared.made.valid()) {
+        track_.destroySegmentObject(shared.made);
+    } else if (shared.resized.valid() && shared.share > 0.0) {
+        try {
+            track_.resizeSegmentObject(shared.resized, 1.0 / shared.share, shared.method);
+        } catch (...) {
+            return; // what the hook refuses stays as it is
+        }
+    }
 }
 
 double Cel::InsertedMaterial::onTrack(double sourceTime) const
@@ -180,15 +193,19 @@ void Cel::InsertedMaterial::shareObject(const ce_handle& source, ChannelEvent& e
     const IdStamp original = source.getEffectGraph();
     const auto assigned = idMap_.find(original);
     const bool wasThere = assigned != idMap_.end() && track_.objectStore() &&
-                          track_.objectStore()->openObject(assigned->second).valid();
-    made_.emplace_back(0, 0, 0); // room for what the hook makes
+                          track_.objectStore()->openObject(assigned->second).valid() &&
+                          !(track_.journal_ && track_.journal_->made(assigned->second));
+    shared_.emplace_back(); // room for what the hooks do
+    Shared& shared = shared_.back();
     track_.copySegmentObject(source, event, idMap_, clip.share, clip.method());
     if (event.editGraph() != original && !wasThere)
-        made_.back() = event.editGraph();
-    else
-        made_.pop_back();
-    if (clip.share != 1.0)
-        track_.resizeSegmentObject(event.editGraph(), clip.share, clip.method());
+        shared.made = event.editGraph();
+    if (clip.share == 1.0)
+        return;
+    track_.resizeSegmentObject(event.editGraph(), clip.share, clip.method());
+    shared.resized = event.editGraph();
+    shared.share = clip.share;
+    shared.method = clip.method();
 }
 
 void Cel::InsertedMaterial::fillUpTo(double sourceTime)

@@ -9,7 +9,8 @@
 /// a range, moved to its place and onto the track's frames, black where the source has nothing.
 ///
 /// The track itself is not touched; its hooks are called for each section copied. Effect objects
-/// that they made are destroyed, the last one first, unless `keepObjects` is called.
+/// that they made are destroyed, the last one first, and what they resized gets its former
+/// duration, unless `keepObjects` is called.
 class Cel::InsertedMaterial
 {
 public:
@@ -27,7 +28,7 @@ public:
     bool build(const Cel* source);
 
     /// The events are on the track: their objects stay.
-    void keepObjects() { made_.clear(); }
+    void keepObjects() { shared_.clear(); }
 
     const cel::detail::EventVector& events() const { return events_; }
     const Cookie& black() const { return black_; }
@@ -37,12 +38,22 @@ public:
 private:
     struct Clip;
 
+    /// What the hooks did to the object of one copied section.
+    struct Shared
+    {
+        IdStamp made{0, 0, 0}; ///< identifier that they gave to a copy
+        IdStamp resized{0, 0, 0};
+        double share = 1.0;
+        ParamResizeMethod method{};
+    };
+
     void buildBlack();
     bool buildSections(const Cel& source);
     void addSection(const Cel& source, int in, int out);
     void addIn(const Cel& source, int in, const ChannelEvent& sourceOut, const Clip& clip);
     void addOut(const ChannelEvent& sourceIn, const ChannelEvent& sourceOut, const Clip& clip);
     void shareObject(const ce_handle& source, ChannelEvent& event, const Clip& clip);
+    void takeBack(const Shared& shared) noexcept;
     void fillUpTo(double sourceTime);
     double onTrack(double sourceTime) const;
 
@@ -54,5 +65,5 @@ private:
     double reached_; ///< time of the source up to which the events go
     bool hasSection_ = false;
     cel::detail::EventVector events_;
-    std::vector<IdStamp> made_; ///< identifiers that the hooks gave to copied sections
+    std::vector<Shared> shared_;
 };

@@ -11,6 +11,7 @@ void ObjectJournal::store(TagBag& store, const std::vector<TagBase>& objects)
         for (const TagBase& tag : objects) {
             // Noted first: to destroy what is not there does nothing.
             made_.push_back(tag.id());
+            known_.insert(tag.id());
             store.storeObject(tag);
         }
     } catch (...) {
@@ -21,9 +22,8 @@ void ObjectJournal::store(TagBag& store, const std::vector<TagBase>& objects)
 
 void ObjectJournal::remember(const IdStamp& id, const Kt::Ptr<Taggable>& object)
 {
-    const bool known = std::find(made_.begin(), made_.end(), id) != made_.end() ||
-                       std::any_of(former_.begin(), former_.end(),
-                                   [&](const auto& entry) { return entry.first == object; });
+    const bool known = made(id) || std::any_of(former_.begin(), former_.end(),
+                                               [&](const auto& e) { return e.first == object; });
     if (!known)
         former_.emplace_back(object, Kt::dynamicCast<Taggable>(object->clone(Streamable::builder)));
 }
@@ -43,8 +43,10 @@ void ObjectJournal::takeBack(TagBag& store) noexcept
 
 void ObjectJournal::destroyMade(TagBag& store, std::size_t from) noexcept
 {
-    for (; made_.size() > from; made_.pop_back())
+    for (; made_.size() > from; made_.pop_back()) {
+        known_.erase(made_.back());
         store.destroyObject(made_.back());
+    }
 }
 
 } // namespace cel::detail

@@ -5,6 +5,7 @@
 #include "platform/support/Taggable.h"
 
 #include <cstddef>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -21,6 +22,9 @@ public:
     /// Stores objects under identities that had none: all of them, or none when that fails.
     void store(TagBag& store, const std::vector<TagBase>& objects);
 
+    /// Whether the edit stored an object under an identity.
+    bool made(const IdStamp& id) const { return known_.contains(id); }
+
     /// Remembers the state of an object that is about to change, unless the edit made it.
     void remember(const IdStamp& id, const Kt::Ptr<Taggable>& object);
 
@@ -30,7 +34,8 @@ public:
 private:
     void destroyMade(TagBag& store, std::size_t from) noexcept;
 
-    std::vector<IdStamp> made_;
+    std::vector<IdStamp> made_; ///< in their order
+    std::set<IdStamp> known_;   ///< the same, to look them up
     std::vector<std::pair<Kt::Ptr<Taggable>, Kt::Ptr<Taggable>>> former_; ///< object, its state
 };
 

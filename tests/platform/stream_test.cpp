@@ -7,6 +7,7 @@
 #include "platform/support/layers.h"
 #include "platform/support/object_stream.h"
 
+#include <algorithm>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -257,6 +258,34 @@ TEST(Layers, KeepTheirReadersInside)
     EXPECT_TRUE(stream.atEnd());
     EXPECT_TRUE(stream.damageText().empty());
     EXPECT_FALSE(peekLayer(stream));
+}
+
+TEST(Layers, AreWrittenWholeOrNotAtAll)
+{
+    StreamFile file;
+    PStream stream(file);
+    const auto text = [](const char* body) {
+        return [body](PStream& layer) {
+            layer << LightweightString<char>(body);
+            return static_cast<unsigned char>(1);
+        };
+    };
+    cel::writeLayer(stream, "A", text("first"));
+    const std::vector<std::byte> before(file.bytes().begin(), file.bytes().end());
+    const auto failing = [&](PStream& layer) -> unsigned char {
+        cel::writeLayer(layer, "inside", text("whole"));
+        layer << LightweightString<char>("half");
+        throw std::runtime_error("disk full");
+    };
+    EXPECT_THROW(cel::writeLayer(stream, "B", failing), std::runtime_error);
+    EXPECT_TRUE(std::ranges::equal(file.bytes(), before));
+
+    // What comes next stands where the failed one began, with a checksum of its own.
+    cel::writeLayer(stream, "C", text("second"));
+    for (const char* name : {"A", "C"})
+        EXPECT_TRUE(cel::readLayer(stream, name, [](const cel::LayerFrame&) {}));
+    EXPECT_TRUE(stream.atEnd());
+    EXPECT_TRUE(stream.errorText().empty() && stream.damageText().empty());
 }
 
 TEST(Layers, ReportEveryDamagedByteAndNeverLeaveTheFile)
