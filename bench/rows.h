@@ -11,6 +11,7 @@ std::vector<Row> rangeEditRows();
 std::vector<Row> wholeTrackRows();
 std::vector<Row> persistenceRows();
 std::vector<Row> savingRows();
+std::vector<Row> storeRows();
 std::vector<Row> trackHandleRows();
 std::vector<Row> levelRows();
 

@@ -1,5 +1,6 @@
 #include "bench/long_track.h"
 #include "bench/rows.h"
+#include "bench/scratch_folder.h"
 #include "bench/stored_forms.h"
 #include "interchange/cel_stream.h"
 
@@ -17,29 +18,6 @@ namespace cel::bench {
 namespace {
 
 namespace fs = std::filesystem;
-
-/// A folder of its own for the files that are saved.
-class Folder
-{
-public:
-    Folder()
-        : path_(fs::temp_directory_path() / ("cel-bench-" + std::to_string(getpid())))
-    {
-        fs::create_directories(path_);
-    }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-    ~Folder()
-    {
-        std::error_code ignored;
-        fs::remove_all(path_, ignored);
-    }
-
-    const fs::path& path() const { return path_; }
-
-private:
-    fs::path path_;
-};
 
 /// The calls of the system as they are, with their failures thrown.
 class File
@@ -109,7 +87,7 @@ struct Saving
         File(folder.path(), O_RDONLY | O_DIRECTORY).sync();
     }
 
-    Folder folder;
+    ScratchFolder folder;
     Cut cut;
     std::vector<std::byte> events;
     std::vector<std::byte> stored;

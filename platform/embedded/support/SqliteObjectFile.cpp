@@ -1,224 +1,26 @@
-#include "platform/support/object_file.h"
+#include "platform/embedded/support/SqliteObjectFile.h"
 
-#include "platform/embedded/support/Sqlite.h"
-#include "platform/support/FileOperations.h"
-#include "platform/support/layers.h"
+#include "platform/embedded/support/object_tables.h"
 #include "platform/support/utf8.h"
 
 #include <algorithm>
-#include <array>
-#include <cstring>
 #include <map>
 #include <optional>
 #include <set>
 #include <utility>
 
-namespace cel {
+namespace cel::detail {
 
 namespace {
 
-using detail::Sqlite;
-using detail::SqliteFault;
-using detail::SqliteStatement;
-using detail::SqliteTransaction;
-
-constexpr std::int64_t kApplication = 0x43454C44; // "CELD"
-constexpr std::int64_t kSchema = 1;
-
-/// The tables as they stand in the file, word for word: a file with anything else is none of ours.
-constexpr std::array<std::string_view, 3> kTables = {
-    "CREATE TABLE store (one INTEGER PRIMARY KEY, id BLOB NOT NULL, generation INTEGER NOT NULL, "
-    "objects INTEGER NOT NULL, names INTEGER NOT NULL, checksum INTEGER NOT NULL)",
-    "CREATE TABLE object (number INTEGER PRIMARY KEY, id BLOB NOT NULL UNIQUE, "
-    "class TEXT NOT NULL, revision INTEGER NOT NULL, checksum INTEGER NOT NULL, "
-    "layers BLOB NOT NULL)",
-    "CREATE TABLE name (owner BLOB NOT NULL, role TEXT NOT NULL, position INTEGER NOT NULL, "
-    "object BLOB NOT NULL, checksum INTEGER NOT NULL, PRIMARY KEY (owner, role, position)) "
-    "WITHOUT ROWID"};
-
-constexpr std::size_t kHeadBytes = 100;
-constexpr std::size_t kApplicationAt = 68;
-constexpr std::string_view kMagic("SQLite format 3", 16); // with its closing zero
-
 constexpr std::size_t kMostFindings = 1000;
-
-using Bytes = std::span<const std::byte>;
-
-std::string quoted(const std::filesystem::path& path)
-{
-    return "\"" + pathToUtf8(path) + "\"";
-}
-
-std::uint32_t bigEndian(Bytes bytes, std::size_t at)
-{
-    std::uint32_t value = 0;
-    for (const std::byte byte : bytes.subspan(at, sizeof(value)))
-        value = value << 8 | std::to_integer<std::uint32_t>(byte);
-    return value;
-}
-
-/// An identity as the tables hold it: its words most significant byte first, so that `hex(id)`
-/// reads like the text of the stamp and rows sort like stamps.
-class IdBytes
-{
-public:
-    explicit IdBytes(const IdStamp& id)
-    {
-        for (std::size_t i = 0; i < bytes_.size(); ++i)
-            bytes_[i] = std::byte(id.word(static_cast<int>(i / 4)) >> (24 - 8 * (i % 4)) & 0xFF);
-    }
-
-    operator Bytes() const { return bytes_; }
-
-private:
-    std::array<std::byte, 12> bytes_;
-};
-
-/// The null stamp for what is none.
-IdStamp idFrom(Bytes bytes)
-{
-    if (bytes.size() != 12)
-        return {0, 0, 0};
-    return {bigEndian(bytes, 0), bigEndian(bytes, 4), bigEndian(bytes, 8)};
-}
-
-/// The checksum of a row: over its values one after the other, texts with their length in front.
-class RowChecksum
-{
-public:
-    RowChecksum& add(std::int64_t value) { return addBytes(std::as_bytes(std::span(&value, 1))); }
-    RowChecksum& add(const IdStamp& id) { return addBytes(IdBytes(id)); }
-    RowChecksum& add(std::string_view text)
-    {
-        return add(static_cast<std::int64_t>(text.size())).addBytes(std::as_bytes(std::span(text)));
-    }
-    RowChecksum& addBytes(Bytes bytes)
-    {
-        value_ = crc32c(bytes, value_);
-        return *this;
-    }
-
-    std::int64_t value() const { return value_; }
-
-private:
-    std::uint32_t value_ = 0;
-};
-
-std::int64_t checksumOf(const ObjectRow& row)
-{
-    return RowChecksum()
-        .add(row.id)
-        .add(row.className)
-        .add(std::int64_t(row.revision))
-        .addBytes(row.layers)
-        .value();
-}
-
-std::int64_t checksumOf(const ObjectName& name)
-{
-    return RowChecksum()
-        .add(name.owner)
-        .add(name.role)
-        .add(std::int64_t(name.position))
-        .add(name.object)
-        .value();
-}
-
-/// The one row of the table `store`.
-struct StoreState
-{
-    StoreMark mark;
-    std::int64_t objects = 0;
-    std::int64_t names = 0;
-
-    std::int64_t checksum() const
-    {
-        return RowChecksum()
-            .add(mark.store)
-            .add(static_cast<std::int64_t>(mark.generation))
-            .add(objects)
-            .add(names)
-            .value();
-    }
-};
-
-constexpr const char* kSelectRow = "SELECT id, class, revision, checksum, layers, number FROM "
-                                   "object ";
-
-/// A row of `kSelectRow`. @return whether it is what was written.
-bool isSound(SqliteStatement& select, ObjectRow& row)
-{
-    row = {idFrom(select.bytes(0)), select.text(1), static_cast<unsigned char>(select.number(2)),
-           select.bytes(4)};
-    return checksumOf(row) == select.number(3) && row.id.valid() &&
-           select.number(2) == row.revision;
-}
-
-/// What fills the tables of one file, inside the caller's transaction.
-class TableWriter
-{
-public:
-    explicit TableWriter(Sqlite& data)
-        : data_(data)
-    {
-    }
-
-    void insert(const ObjectRow& row)
-    {
-        const IdBytes id(row.id);
-        insert_.bind(
-            {Bytes(id), row.className, std::int64_t(row.revision), checksumOf(row), row.layers});
-        insert_.step();
-        insert_.reset();
-    }
-
-    /// Does not touch a row that is the same already.
-    void update(std::int64_t number, const ObjectRow& row)
-    {
-        update_.bind(
-            {number, row.className, std::int64_t(row.revision), checksumOf(row), row.layers});
-        update_.step();
-        update_.reset();
-    }
-
-    void insert(std::span<const ObjectName> names)
-    {
-        SqliteStatement insert(data_, "INSERT INTO name VALUES (?, ?, ?, ?, ?)");
-        for (const ObjectName& name : names) {
-            const IdBytes owner(name.owner);
-            const IdBytes object(name.object);
-            insert.bind({Bytes(owner), name.role, std::int64_t(name.position), Bytes(object),
-                         checksumOf(name)});
-            insert.step();
-        }
-    }
-
-    void write(const StoreState& state)
-    {
-        SqliteStatement replace(data_, "INSERT OR REPLACE INTO store VALUES (1, ?, ?, ?, ?, ?)");
-        const IdBytes id(state.mark.store);
-        replace.bind({Bytes(id), static_cast<std::int64_t>(state.mark.generation), state.objects,
-                      state.names, state.checksum()});
-        replace.step();
-    }
-
-private:
-    Sqlite& data_;
-    SqliteStatement insert_{data_, "INSERT INTO object (id, class, revision, checksum, layers) "
-                                   "VALUES (?, ?, ?, ?, ?)"};
-    SqliteStatement update_{data_,
-                            "UPDATE object SET class = ?2, revision = ?3, checksum = ?4, "
-                            "layers = ?5 WHERE number = ?1 AND (checksum IS NOT ?4 OR class IS NOT "
-                            "?2 OR revision IS NOT ?3 OR layers IS NOT ?5)"};
-};
 
 class SqliteObjectFile final : public ObjectFile
 {
 public:
-    /// @throws SqliteFault also for a file that has other tables than ours.
     SqliteObjectFile(const std::filesystem::path& path, Sqlite::Access access)
         : data_(path, access)
-        , name_(quoted(path))
+        , name_('"' + pathToUtf8(path) + '"')
     {
         const SqliteTransaction snapshot(data_, false);
         acceptSchema();
@@ -526,145 +328,11 @@ private:
     std::int64_t namesSeen_ = 0;
 };
 
-/// @throws SqliteFault with the reason why it is no file of ours. The file itself is opened by
-/// nobody else: closing a second descriptor would take the locks of the first.
-std::unique_ptr<ObjectFile> openAccepted(const std::filesystem::path& path)
-{
-    using Kind = SqliteFault::Kind;
-    std::error_code error;
-    const std::filesystem::path real = std::filesystem::canonical(path, error);
-    FileOperations::Status status;
-    if (!error)
-        error = systemFiles().status(real, status);
-    if (error)
-        throw SqliteFault(Kind::other, error.message());
-    if (status.kind != FileOperations::Kind::file)
-        throw SqliteFault(Kind::other, "it is no ordinary file");
-    if (status.sizeBytes == 0)
-        throw SqliteFault(Kind::other, "it is empty");
-
-    std::filesystem::path log = real;
-    log += "-wal";
-    const bool hasLog = std::filesystem::exists(log, error);
-    if (status.writable || hasLog) {
-        try {
-            return std::make_unique<SqliteObjectFile>(path, Sqlite::Access::write);
-        } catch (const SqliteFault& fault) {
-            // A folder in which nothing may be made has no room for the log either.
-            if (fault.kind() != Kind::other || hasLog)
-                throw;
-        }
-    }
-    return std::make_unique<SqliteObjectFile>(path, Sqlite::Access::snapshot);
-}
-
-/// Removes a file when it goes.
-class Aside
-{
-public:
-    explicit Aside(const std::filesystem::path& target)
-        : path_(target.parent_path() / (".cel-save-" + std::string(IdStamp().asString().view())))
-    {
-    }
-    Aside(const Aside&) = delete;
-    Aside& operator=(const Aside&) = delete;
-    ~Aside() { systemFiles().remove(path_); }
-
-    const std::filesystem::path& path() const { return path_; }
-
-private:
-    std::filesystem::path path_;
-};
-
-void fill(const std::filesystem::path& path, std::span<const ObjectRow> rows,
-          std::span<const ObjectName> names, const StoreMark& mark)
-{
-    Sqlite data(path, Sqlite::Access::create);
-    data.run(("PRAGMA journal_mode = MEMORY; PRAGMA application_id = " +
-              std::to_string(kApplication) + "; PRAGMA user_version = " + std::to_string(kSchema))
-                 .c_str());
-    {
-        SqliteTransaction transaction(data, true);
-        for (const std::string_view table : kTables)
-            data.run(std::string(table).c_str());
-        TableWriter writer(data);
-        for (const ObjectRow& row : rows)
-            writer.insert(row);
-        writer.insert(names);
-        writer.write({mark, static_cast<std::int64_t>(rows.size()),
-                      static_cast<std::int64_t>(names.size())});
-        transaction.commit();
-    }
-    if (data.text("PRAGMA journal_mode = WAL") != "wal")
-        throw SqliteFault(SqliteFault::Kind::other, "no write-ahead log can be kept beside it");
-}
-
-/// Gives a file a second name, which must be free, or its only one where there are no second names.
-std::error_code giveName(const std::filesystem::path& file, const std::filesystem::path& name)
-{
-    std::error_code error;
-    std::filesystem::create_hard_link(file, name, error);
-    if (!error || error == std::errc::file_exists)
-        return error;
-    FileOperations::Status status;
-    if (const auto unseen = systemFiles().status(name, status))
-        return unseen;
-    if (status.kind != FileOperations::Kind::nothing)
-        return std::make_error_code(std::errc::file_exists);
-    return systemFiles().rename(file, name);
-}
-
-std::error_code syncFolderOf(const std::filesystem::path& path)
-{
-    const std::filesystem::path parent = path.parent_path();
-    FileOperations::File folder = FileOperations::kNoFile;
-    if (const auto error = systemFiles().openFolder(parent.empty() ? "." : parent, folder))
-        return error;
-    const auto error = systemFiles().sync(folder);
-    systemFiles().close(folder);
-    return error;
-}
-
 } // namespace
 
-bool isObjectFile(std::span<const std::byte> head)
+std::unique_ptr<ObjectFile> openTables(const std::filesystem::path& path, Sqlite::Access access)
 {
-    const auto magic = std::as_bytes(std::span(kMagic));
-    return head.size() >= kHeadBytes && std::equal(magic.begin(), magic.end(), head.begin()) &&
-           bigEndian(head, kApplicationAt) == kApplication;
+    return std::make_unique<SqliteObjectFile>(path, access);
 }
 
-std::unique_ptr<ObjectFile> openObjectFile(const std::filesystem::path& path, std::string& error)
-{
-    try {
-        return openAccepted(path);
-    } catch (const SqliteFault& fault) {
-        error = quoted(path) + " cannot be opened: " + fault.what();
-        return nullptr;
-    }
-}
-
-bool createObjectFile(const std::filesystem::path& path, std::span<const ObjectRow> rows,
-                      std::span<const ObjectName> names, StoreMark& mark, std::string& error)
-{
-    const StoreMark made{IdStamp(), 1};
-    const Aside aside(path);
-    std::error_code cause;
-    try {
-        fill(aside.path(), rows, names, made);
-        cause = giveName(aside.path(), path);
-    } catch (const SqliteFault& fault) {
-        error = quoted(path) + " was not saved: " + fault.what();
-        return false;
-    }
-    if (!cause)
-        cause = syncFolderOf(path);
-    if (cause) {
-        error = quoted(path) + " was not saved: " + cause.message();
-        return false;
-    }
-    mark = made;
-    return true;
-}
-
-} // namespace cel
+} // namespace cel::detail
