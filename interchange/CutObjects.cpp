@@ -1,13 +1,35 @@
 #include "interchange/CutObjects.h"
 
+#include "platform/support/Taggable.h"
+
 #include <utility>
 
 namespace cel {
 
+TagBase CutObjects::openObject(const IdStamp& id)
+{
+    const CutObject* const found = find(id);
+    return found ? TagBase(id, Kt::dynamicCast<Taggable>(found->object)) : TagBase();
+}
+
+void CutObjects::storeObject(const TagBase& tag)
+{
+    if (tag.valid() && tag.id().valid())
+        put(tag.id(), Kt::Ptr<Streamable>(tag.object()));
+}
+
+Kt::Ptr<Taggable> CutObjects::extractObject(const IdStamp& id)
+{
+    const TagBase tag = openObject(id);
+    if (tag.valid())
+        remove(id);
+    return tag.object();
+}
+
 void CutObjects::put(CutObject object)
 {
-    const IdStamp id = object.id;
-    objects_.insert_or_assign(id, std::move(object));
+    // The former object goes last: its destructor may use this store.
+    std::swap(objects_[object.id], object);
 }
 
 void CutObjects::put(const IdStamp& id, const Kt::Ptr<Streamable>& object)
@@ -26,7 +48,7 @@ void CutObjects::name(const Place& place, const IdStamp& object)
 
 void CutObjects::remove(const IdStamp& id)
 {
-    objects_.erase(id);
+    const auto former = objects_.extract(id); // goes last
     std::erase_if(names_, [&id](const auto& name) { return name.second == id; });
 }
 

@@ -2,6 +2,7 @@
 
 #include "platform/support/IdStamp.h"
 #include "platform/support/Streamable.h"
+#include "platform/support/TagBag.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -27,9 +28,17 @@ struct CutObject
 };
 
 /// The objects of a cut besides its tracks, each under its identity, and what they are to whom.
-class CutObjects
+///
+/// As an object store it opens and hands over what is known here; an object that is open is saved
+/// with the cut as it then is.
+class CutObjects final : public TagBag
 {
 public:
+    TagBase openObject(const IdStamp& id) override;
+    void storeObject(const TagBase& tag) override;
+    Kt::Ptr<Taggable> extractObject(const IdStamp& id) override;
+    void destroyObject(const IdStamp& id) override { remove(id); }
+
     /// What an object is to its owner; the null stamp stands for the cut.
     struct Place
     {

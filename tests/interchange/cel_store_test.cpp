@@ -1,6 +1,8 @@
 #include "interchange/cel_store.h"
 
 #include "cel/audit.h"
+#include "interchange/audio_tracks.h"
+#include "interchange/cut_levels.h"
 #include "platform/support/layers.h"
 #include "platform/support/object_file.h"
 #include "tests/interchange/cut_text.h"
@@ -126,6 +128,40 @@ TEST(StoredCut, BringsItsObjectsAlongKnownOrNot)
     EXPECT_EQ(describe(*Kt::dynamicCast<Cel>(again.objects.find(levels)->object)), "C0-1 D1-2");
     EXPECT_EQ(again.objects.all().size(), 2U);
     EXPECT_EQ(again.objects.names().size(), 1U);
+}
+
+TEST(StoredCut, BringsSwitchesAndEnvelopesOfAudioTracks)
+{
+    const TemporaryFolder folder;
+    Cut cut = cutOf({"A0-4"});
+    const Kt::Ptr<Cel> sound = cut.addTrack(kAudioCookie);
+    fill(*sound, "a0-4");
+    setLevels(cut, *sound, flatLevels(*sound));
+    AudCel handle = audioTrack(cut, sound);
+    const IdStamp levels = handle.getLevelsChanID();
+    EXPECT_EQ(handle.id(), sound->editChannelId());
+    EXPECT_EQ(levels, levelsOf(cut, *sound).id());
+    handle.setSoundOutputEnabled(true);
+    handle.setXFadesEnabled(false);
+    keepSwitches(cut, handle);
+    EXPECT_EQ(save(cut, folder / "cut"), "");
+
+    for (const float level : {1.0F, 0.5F}) {
+        Cut loaded = load(folder / "cut").cut;
+        const AudCel kept = audioTrack(loaded, loaded.track("A1"));
+        EXPECT_TRUE(kept.getSoundOutputEnabled());
+        EXPECT_FALSE(kept.getXFadesEnabled());
+        EXPECT_EQ(kept.getLevelsChanID(), levels);
+        AudLevelsCel envelope = AudLevelsCel::createFromStore(levels, loaded.objects);
+        EXPECT_EQ(envelope.levelAt(2.0), level);
+        // An envelope that is open is saved as it is, without being put back.
+        envelope.insertNode({2.0, 0.5F, AudLevelsCel::Store::kOrdinary, false});
+        EXPECT_EQ(save(loaded, folder / "cut"), "");
+    }
+    Cut loaded = load(folder / "cut").cut;
+    AudLevelsCel::extractFromStore(levels, loaded.objects);
+    EXPECT_EQ(save(loaded, folder / "cut"), "");
+    EXPECT_FALSE(levelsOf(load(folder / "cut").cut, *sound).valid());
 }
 
 TEST(StoredCut, KeepsTheOrderOfTracksWhateverTheirIdentities)

@@ -1,4 +1,4 @@
-#include "platform/support/TagBag.h"
+#include "platform/support/FileTagBag.h"
 
 #include "cel/Cel.h"
 #include "tests/support/log_capture.h"

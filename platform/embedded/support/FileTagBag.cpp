@@ -1,4 +1,4 @@
-#include "platform/support/TagBag.h"
+#include "platform/support/FileTagBag.h"
 
 #include "platform/foundation/Exception.h"
 #include "platform/support/Log.h"
