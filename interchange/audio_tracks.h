@@ -28,7 +28,8 @@ public:
 
 /// A handle on a track of the cut, under the identity of its channel and with the switches that the
 /// cut keeps for it; those of a new track when it keeps none. Changes of the events are the cut's;
-/// the switches are the handle's until `keepSwitches`.
+/// the switches are the handle's until `keepSwitches`. Its envelope is the one that the cut has for
+/// the track, if it has one.
 AudCel audioTrack(const Cut& cut, const Kt::Ptr<Cel>& track);
 
 /// Keeps the switches of the handle, and which envelope is its own, with its track. A handle
