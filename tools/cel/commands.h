@@ -41,6 +41,7 @@ void addImportCommand(CLI::App& program, int& exitCode);
 void addShowCommand(CLI::App& program, int& exitCode);
 void addCheckCommand(CLI::App& program, int& exitCode);
 void addEditCommand(CLI::App& program, int& exitCode);
+void addLevelsCommand(CLI::App& program, int& exitCode);
 void addDiffCommand(CLI::App& program, int& exitCode);
 void addExportCommand(CLI::App& program, int& exitCode);
 void addReplayCommand(CLI::App& program, int& exitCode);

@@ -46,6 +46,7 @@ int run(int argc, char** argv)
     addShowCommand(program, exitCode);
     addCheckCommand(program, exitCode);
     addEditCommand(program, exitCode);
+    addLevelsCommand(program, exitCode);
     addDiffCommand(program, exitCode);
     addExportCommand(program, exitCode);
     addReplayCommand(program, exitCode);

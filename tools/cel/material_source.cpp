@@ -47,7 +47,7 @@ public:
         const double to = end("--range B", range, 1, all->get_end_time(), *all, name);
         if (!(to > from + kTimeEpsilon))
             throw Failure(kUsage, "--range must end after it begins");
-        return {all, {from, to}, {}, name};
+        return {all, {from, to}, {}, name, levelsOf(cut_, *cut_.tracks[track])};
     }
 
 private:
@@ -83,7 +83,11 @@ std::vector<MaterialStretch> blackFor(const Cut& cut, const std::vector<std::siz
     std::vector<MaterialStretch> material;
     for (const std::size_t track : tracks) {
         const bool isSound = kindOf(*cut.tracks[track]) == kAudioCookie;
-        material.push_back({nullptr, {0.0, length}, isSound ? audio_black : video_black, "black"});
+        material.push_back({nullptr,
+                            {0.0, length},
+                            isSound ? audio_black : video_black,
+                            "black",
+                            AudLevelsCel::createInvalid()});
     }
     return material;
 }

@@ -1,5 +1,7 @@
 #include "tools/cel/timeline_drawing.h"
 
+#include "interchange/cut_levels.h"
+#include "tools/cel/envelope_drawing.h"
 #include "tools/cel/text.h"
 
 #include <algorithm>
@@ -77,6 +79,7 @@ public:
     {
     }
 
+    std::size_t margin() const { return margin_; }
     std::size_t width() const { return margin_ + columns_; }
     double secondsPerColumn() const
     {
@@ -169,7 +172,7 @@ std::string drawMarks(const std::vector<TimeRange>& marks, const Scale& scale, b
 struct Legend
 {
     bool faster = false, slower = false, reversed = false, frozen = false;
-    bool manyCuts = false, black = false, marked = false;
+    bool manyCuts = false, black = false, marked = false, levels = false;
 
     /// The mark of a section's speed, remembered for the legend; empty for normal speed.
     std::string markOf(double speed)
@@ -194,6 +197,7 @@ struct Legend
         explain(slower, "› slower");
         explain(reversed, "« backwards");
         explain(frozen, "‖ frozen");
+        explain(levels, kLevelBlocks);
         explain(manyCuts, "▂▄▆█ several cuts in one column (--from and --to look closer)");
         return all.empty() ? all : all + "\n";
     }
@@ -284,6 +288,22 @@ private:
     double lastEnd_ = kInvalidTime;
 };
 
+/// The level envelope of a track as a line of blocks; empty for a track without one.
+std::string drawLevels(const Cut& cut, const Cel& track, const TimeRange& stretch,
+                       const Scale& scale, bool colour, Legend& legend)
+{
+    const AudLevelsCel levels = levelsOf(cut, track);
+    if (!levels.valid() || track.numEvents() == 0)
+        return "";
+    legend.levels = true;
+    const TimeRange held = {track.get_start_time(), track.get_end_time()};
+    Line line(scale.width());
+    line.write(scale.margin(),
+               drawLevelBlocks(levels.snapshot(), stretch, scale.width() - scale.margin(), held),
+               Style::sound);
+    return line.text(colour) + "\n";
+}
+
 Style styleOf(CookieType kind)
 {
     return kind == kAudioCookie ? Style::sound : Style::picture;
@@ -312,8 +332,15 @@ std::string drawTimeline(const Cut& cut, const std::vector<std::size_t>& tracks,
             if (shows(section, stretch))
                 row.add(section, styleOf(kindOf(cel)), legend);
         drawing += row.text(clipped(nameOfTrack(cut, track), kWidestName), legend);
+        drawing += drawLevels(cut, cel, stretch, scale, terminal.colour, legend);
     }
     return drawing + legend.text();
+}
+
+std::string drawRuler(const Cut& cut, const TimeRange& stretch, std::size_t margin,
+                      std::size_t width, bool colour)
+{
+    return drawRuler(cut, stretch, Scale(stretch, margin, width), colour);
 }
 
 std::vector<std::size_t> tracksFromTop(const Cut& cut)

@@ -19,11 +19,18 @@ namespace cel::tool {
 ///
 /// A line under the ruler points at the `marks`, each a place or a stretch of the cut.
 ///
+/// Under a track with a level envelope a line of blocks shows how loud it is.
+///
 /// A box border is a cut; where several cuts fall into one column a bar grows with their number. A
 /// stretch that no section covers stays empty. Reads `tracks` only; safe on malformed ones.
 std::string drawTimeline(const Cut& cut, const std::vector<std::size_t>& tracks,
                          const TimeRange& stretch, const Terminal& terminal,
                          const std::vector<TimeRange>& marks = {});
+
+/// The two lines of the ruler alone, for a picture of a stretch that spans the columns from
+/// `margin` to `width`.
+std::string drawRuler(const Cut& cut, const TimeRange& stretch, std::size_t margin,
+                      std::size_t width, bool colour);
 
 /// The tracks of a cut from top to bottom as a timeline shows them: pictures with the last one on
 /// top, the others below in their order.

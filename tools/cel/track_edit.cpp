@@ -59,6 +59,7 @@ TrackEdit::TrackEdit(const Cut& cut, std::size_t index, std::vector<std::string>
     , argumentNames_(std::move(argumentNames))
     , texts_(texts)
     , material_(std::move(material))
+    , envelope_(levelsOf(cut, track_).clone(), flatLevels(track_))
 {
 }
 

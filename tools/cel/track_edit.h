@@ -1,6 +1,7 @@
 #pragma once
 
-#include "interchange/Cut.h"
+#include "interchange/cut_levels.h"
+#include "tools/cel/envelope_edit.h"
 #include "tools/cel/listed_sections.h"
 
 #include <array>
@@ -32,6 +33,7 @@ struct MaterialStretch
     Cel::Range range;   ///< on that track; for black from 0 to its length
     Cookie black;       ///< what black is on the edited track
     std::string text;   ///< "V2 of other.cel" or "black"
+    AudLevelsCel levels = AudLevelsCel::createInvalid(); ///< the track's level envelope
 
     double length() const { return range.length(); }
 
@@ -100,6 +102,9 @@ public:
     /// left their strip times behind. What plays is the same: the in point tells it.
     void layOnLines();
 
+    /// The level envelope of the track, which the library leaves alone when the track is edited.
+    EnvelopeEdit& envelope() { return envelope_; }
+
     /// The result is a track of its own.
     void produce(const Kt::Ptr<Cel>& made) { produced_ = made; }
     const Kt::Ptr<Cel>& produced() const { return produced_; }
@@ -126,6 +131,7 @@ private:
     std::vector<std::string> argumentNames_;
     const EditTexts& texts_;
     std::optional<MaterialStretch> material_;
+    EnvelopeEdit envelope_;
     Kt::Ptr<Cel> produced_;
     TimeRange markBefore_;
     TimeRange markAfter_;
