@@ -133,8 +133,20 @@ void completeCut(Cut& cut, const CutHead& head, const CutReport& report)
 
 Kt::Ptr<Cel> trackForLayer(PStream& stream, const LightweightString<char>& layer)
 {
-    const StreamClassRegistrar::Builder build = StreamClassRegistrar::find(layer);
-    return build ? Kt::dynamicCast<Cel>(build(stream)) : nullptr;
+    const auto built = [&stream](const LightweightString<char>& name) -> Kt::Ptr<Cel> {
+        const StreamClassRegistrar::Builder build = StreamClassRegistrar::find(name);
+        return build ? Kt::dynamicCast<Cel>(build(stream)) : nullptr;
+    };
+    const Kt::Ptr<Cel> track = built(layer);
+    if (!track)
+        return nullptr;
+    // The layer of a derived class follows that of its base, and names the class.
+    const LightweightString<char> behind = layerNameBehindNext(stream);
+    const Kt::Ptr<Cel> derived = built(behind);
+    LightweightString<char> both = layer;
+    both += ".";
+    both += behind;
+    return derived && derived->hierarchyName(true, true) == both ? derived : track;
 }
 
 std::string damageOfSaving(const Cut& cut, std::span<const std::size_t> places, StreamFile& packed)

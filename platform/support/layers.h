@@ -38,6 +38,9 @@ CEL_PLATFORM_API void writeLayer(PStream& stream, std::string_view name,
 /// Does not look at the body.
 CEL_PLATFORM_API LightweightString<char> nextLayerName(PStream& stream);
 
+/// Name of the layer behind the one that comes next; null when there is none.
+CEL_PLATFORM_API LightweightString<char> layerNameBehindNext(PStream& stream);
+
 /// Looks at the frame that comes next without moving: one pass over its body for the checksum. A
 /// frame that the rest of the file cannot hold is none.
 CEL_PLATFORM_API std::optional<LayerFrame> peekLayer(PStream& stream);

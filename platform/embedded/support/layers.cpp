@@ -138,6 +138,19 @@ LightweightString<char> nextLayerName(PStream& stream)
     return frame ? frame->name : LightweightString<char>();
 }
 
+LightweightString<char> layerNameBehindNext(PStream& stream)
+{
+    StreamFile& file = stream.file();
+    const auto frame = frameHere(file);
+    if (!frame)
+        return {};
+    const std::size_t here = file.position();
+    file.seek(frameEnd(*frame));
+    const LightweightString<char> name = nextLayerName(stream);
+    file.seek(here);
+    return name;
+}
+
 std::optional<LayerFrame> peekLayer(PStream& stream)
 {
     auto frame = frameHere(stream.file());

@@ -1,0 +1,454 @@
+#include "interchange/cel_stream.h"
+#include "platform/os/default_font.h"
+#include "platform/support/PStream.h"
+#include "platform/support/layers.h"
+#include "platform/support/prefs.h"
+#include "subtitles/SubtitleCel.h"
+#include "tests/subtitles/subtitle_text.h"
+#include "tests/support/golden.h"
+#include "tests/support/temporary_folder.h"
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <random>
+
+#include <gtest/gtest.h>
+
+namespace cel::test {
+namespace {
+
+using Range = SubtitleTrack::Range;
+
+constexpr double kNoNumber = std::numeric_limits<double>::quiet_NaN();
+
+TEST(SubtitleTrack, LaysElementsAndTheBlackBetweenThem)
+{
+    // clang-format off
+    struct Case { const char* name; const char* elements; double end; const char* expected; unsigned texts; };
+    static const Case cases[] = {
+        {"one",                  "2-3 a",                5.0, "0-2 .; 2-3 a; 3-5 .", 1},
+        {"none",                 "",                     0.0, "", 0},
+        {"only black",           "",                     2.0, "0-2 .", 0},
+        {"side by side",         "0-1 a; 1-2 b/c",       1.0, "0-1 a; 1-2 b/c", 2},
+        {"too early",            "0-2 a; 1-2 b",         0.0, "0-2 a; 2-3 b", 2},
+        {"before the start",     "-1-1 a",               0.0, "0-2 a", 1},
+        {"lengths are rounded",  "0.019-1.039 a",        2.0, "0-0 .; 0-1.04 a; 1.04-2 .", 1},
+        {"no text",              "0-1 ",                 0.0, "0-1 ", 1},
+        {"of no length",         "1-1 a; 1-2 b",         0.0, "0-1 .; 1-1 a; 1-2 b", 2},
+        {"backwards",            "2-1 a; 3-4 b",         0.0, "0-3 .; 3-4 b", 1},
+        {"no time",              "0-nan a; 0-1e99 b; 1e12-2e12 d; 1-2 c", kNoNumber, "0-1 .; 1-2 c", 1},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const SubtitleTrack track = subtitles(c.elements, c.end);
+        EXPECT_EQ(describe(track), c.expected);
+        EXPECT_EQ(track.getNumElements(), c.texts);
+    }
+    // A frame of 25 seconds leaves nothing of any length.
+    EXPECT_EQ(describe(SubtitleTrack(elements("2-3 a"), 5.0, 25.0)), "0-0 .; 0-0 a; 0-0 .");
+}
+
+TEST(SubtitleTrack, KeepsEveryElementWithinHalfAFrameOfItsTime)
+{
+    std::vector<SubtitleTrack::RangedElement> many;
+    for (int i = 0; i < 10'000; ++i) {
+        const double start = i * 1.0137 + 0.0191;
+        many.push_back({{{L"x"}, {}}, start, start + 0.5173});
+    }
+    const auto farthest = [&many](const SubtitleTrack& track) {
+        const auto placed = track.getElements();
+        double distance = 0.0;
+        for (std::size_t i = 0; i < many.size(); ++i)
+            distance = std::max({distance, std::fabs(placed.at(i).start - many[i].start),
+                                 std::fabs(placed.at(i).end - many[i].end)});
+        return distance;
+    };
+    SubtitleTrack track(0.04);
+    EXPECT_TRUE(track.setElementsOnGrid(many, 0.0).empty());
+    EXPECT_LE(farthest(track), 0.02 + 1e-6);
+    EXPECT_EQ(faultsOf(track), "");
+    track.setElements(many, 0.0);
+    EXPECT_GT(farthest(track), 1.0) << "lengths that are rounded one by one add up";
+}
+
+TEST(SubtitleTrack, LeavesOutWhatHasNoPlaceOnTheGrid)
+{
+    // clang-format off
+    struct Case { const char* name; const char* elements; double end; const char* expected; std::vector<std::size_t> leftOut; };
+    static const Case cases[] = {
+        {"both ends rounded",   "0.99-2.03 a; 2.03-3 b", 3.01, "0-1 .; 1-2.04 a; 2.04-3 b", {}},
+        {"less than a frame",   "1-1 a; 2-2.001 b",      3.0,  "0-1 .; 1-1.04 a; 1.04-2 .; 2-2.04 b; 2.04-3 .", {}},
+        {"too early",           "0-2 a; 1-3 b",          0.0,  "0-2 a; 2-3 b", {}},
+        {"behind another",      "0-2 a; 1-2 b; 2-3 c",   0.0,  "0-2 a; 2-3 c", {1}},
+        {"before the start",    "-2--1 a; -1-1 b",       0.0,  "0-1 b", {0}},
+        {"no time",             "2-1 a; 0-nan b; 0-1e99 c; 0-1 d", kNoNumber, "0-1 d", {0, 1, 2}},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        SubtitleTrack track(0.04);
+        EXPECT_EQ(track.setElementsOnGrid(elements(c.elements), c.end), c.leftOut);
+        EXPECT_EQ(describe(track), c.expected);
+    }
+}
+
+TEST(SubtitleTrack, LaysOneElementOverWhateverIsThere)
+{
+    // clang-format off
+    struct Case { const char* name; const char* before; const char* added; const char* expected; };
+    static const Case cases[] = {
+        {"on an empty track",       "",               "0-1 x",     "0-1 x"},
+        {"farther on",              "",               "2-3 x",     "0-2 .; 2-3 x"},
+        {"inside another",          "0-3 a",          "1-2 x",     "0-1 a; 1-2 x; 2-3 a"},
+        {"over several",            "0-1 a; 1-2 b; 2-3 c", "0.4-2.4 x", "0-0.4 a; 0.4-2.4 x; 2.4-3 c"},
+        {"over the end",            "0-2 a",          "1-4 x",     "0-1 a; 1-4 x"},
+        {"of no length: as it says", "0-2 a; 2-3 b",  "1-1 x",     "0-1 a; 1-2 a; 2-3 b"},
+        {"backwards: black alone",  "0-2 a",          "1-0 x",     "0-1 a; 1-2 ."},
+        {"off the frames, past the end", "",          "1.01-2.01 x", "0-1 .; 1-2 ."},
+        {"no time",                 "0-1 a",          "nan-1 x",   "0-1 a"},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        SubtitleTrack track = subtitles(c.before);
+        track.add(elements(c.added).front());
+        EXPECT_EQ(describe(track), c.expected);
+        EXPECT_EQ(faultsOf(track), "");
+    }
+}
+
+TEST(SubtitleTrack, TakesItsTextsThroughEveryEdit)
+{
+    struct Case
+    {
+        const char* name;
+        void (*edit)(SubtitleTrack& track);
+        const char* expected;
+    };
+    // clang-format off
+    static const Case cases[] = {
+        {"remove within one",  [](SubtitleTrack& t) { t.remove({1.4, 1.6}); }, "0-1 .; 1-1.4 {s}a; 1.4-1.8 {s}a; 1.8-2.8 b/c; 2.8-3.8 ."},
+        {"remove one",         [](SubtitleTrack& t) { t.remove({1.0, 2.0}); }, "0-1 .; 1-2 b/c; 2-3 ."},
+        {"remove all",         [](SubtitleTrack& t) { t.remove({0.0, 9.0}); }, ""},
+        {"cut",                [](SubtitleTrack& t) { t.getCel()->makeCutAt(1.4); }, "0-1 .; 1-1.4 {s}a; 1.4-2 {s}a; 2-3 b/c; 3-4 ."},
+        {"cut and simplify",   [](SubtitleTrack& t) { t.getCel()->makeCutAt(1.4); EXPECT_TRUE(t.simplify(Simplification::kAll, Editable::invalidRange())); },
+                                                                              "0-1 .; 1-2 {s}a; 2-3 b/c; 3-4 ."},
+        {"insert",             [](SubtitleTrack& t) { t.insert(subtitles("0-1 x; 1-2 y"), {0.6, 1.2}, 2.0, {}); },
+                                                                              "0-1 .; 1-2 {s}a; 2-2.4 x; 2.4-2.6 y; 2.6-3.6 b/c; 3.6-4.6 ."},
+        {"insert nothing",     [](SubtitleTrack& t) { t.insert(SubtitleTrack::createInvalid(), {0.0, 1.0}, 2.0, {}); },
+                                                                              "0-1 .; 1-2 {s}a; 2-3 .; 3-4 b/c; 4-5 ."},
+        {"insert itself",      [](SubtitleTrack& t) { t.insert(t, {1.0, 2.4}, 1.4, {}); },
+                                                                              "0-1 .; 1-1.4 {s}a; 1.4-2.4 {s}a; 2.4-2.8 b/c; 2.8-3.4 {s}a; 3.4-4.4 b/c; 4.4-5.4 ."},
+        {"replace",            [](SubtitleTrack& t) { t.replace(subtitles("0-9 x"), {3.0, 4.0}, 1.4, {}, Editable::kReplacePlain); },
+                                                                              "0-1 .; 1-1.4 {s}a; 1.4-2.4 x; 2.4-3 b/c; 3-4 ."},
+        {"trim",               [](SubtitleTrack& t) { ce_handle h = t.getCel()->find_ceh(1.0, in_point); t.getCel()->trim(h, -0.4, trim_end); },
+                                                                              "0-1 .; 1-1.6 {s}a; 1.6-2.6 b/c; 2.6-3.6 ."},
+        {"foreign material",   [](SubtitleTrack& t) { t.getCel()->insert(subtitles("").getCel().get(), {0.0, 1.0}, 0.0, {}); },
+                                                                              "0-1 .; 1-2 .; 2-3 {s}a; 3-4 b/c; 4-5 ."},
+        {"clear",              [](SubtitleTrack& t) { t.getCel()->clear(); }, ""},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        SubtitleTrack track = subtitles("1-2 {s}a; 2-3 b/c", 4.0);
+        const SubtitleTrack before = track.clone();
+        c.edit(track);
+        EXPECT_EQ(describe(track), c.expected);
+        EXPECT_EQ(faultsOf(track), "");
+        EXPECT_EQ(describe(stored(track)), c.expected);
+        EXPECT_EQ(describe(before), "0-1 .; 1-2 {s}a; 2-3 b/c; 3-4 .") << "a clone is its own";
+    }
+}
+
+TEST(SubtitleTrack, ReplacesATextEvenByOneOfTheSameLength)
+{
+    // The copies of an insertion, too, are no effects that replaced material would keep.
+    SubtitleTrack track(0.04);
+    track.insert(subtitles("0-1 a; 1-2 b"), {0.0, 2.0}, 0.0, {});
+    track.replace(subtitles("0-1 x"), {0.0, 1.0}, 1.0, {}, Editable::kReplacePlain);
+    EXPECT_EQ(describe(track), "0-1 a; 1-2 x");
+    EXPECT_EQ(faultsOf(track), "");
+}
+
+TEST(SubtitleTrack, GivesCopiesATextOfTheirOwn)
+{
+    const SubtitleTrack source = subtitles("0-1 a");
+    SubtitleTrack track(0.04);
+    track.insert(source, {0.0, 1.0}, 0.0, {});
+    const IdStamp id = track.getCel()->get_start_ceh().getEffectGraph();
+    EXPECT_NE(id, source.getCel()->get_start_ceh().getEffectGraph());
+    track.setElement(id, elements("0-0 changed").front());
+    EXPECT_EQ(describe(track), "0-1 changed");
+    EXPECT_EQ(describe(source), "0-1 a");
+}
+
+TEST(SubtitleTrack, KeepsTheTextsOfSectionsInListsMadeFromIt)
+{
+    const SubtitleTrack track = subtitles("1-2 a; 2-3 b; 4-5 c");
+    const auto derived = [&track](const Kt::Ptr<Cel>& list) {
+        const SubtitleTrack made = track.withSectionsOf(*list);
+        EXPECT_EQ(faultsOf(made), "");
+        EXPECT_NE(made.id(), track.id());
+        return describe(made);
+    };
+    EXPECT_EQ(derived(track.getCel()->reverse()), "0-1 c; 1-2 .; 2-3 b; 3-4 a; 4-5 .");
+    EXPECT_EQ(derived(track.getCel()->copy()), describe(track));
+    EXPECT_EQ(derived(track.getCel()->extract(1.0, 3.0, Cel::EXTRACT_KEEP_EFFECT_IDS)),
+              "1-2 a; 2-3 b");
+    const Kt::Ptr<Cel> again = track.getCel()->copy();
+    again->slide(track.getCel()->get_end_time());
+    EXPECT_EQ(derived(track.getCel()->appendCel(again)),
+              describe(track) + "; 5-6 .; 6-7 a; 7-8 b; 8-9 .; 9-10 c");
+}
+
+TEST(SubtitleTrack, MergesEqualWordsWhateverTheirStyle)
+{
+    // clang-format off
+    struct Case { const char* before; const char* after; };
+    static const Case cases[] = {
+        {"0-1 {s}a/b; 1-2 {t}a/b", "0-2 {s}a/b"},     {"0-1 a; 1-2 A", "0-1 a; 1-2 A"},
+        {"0-1 a/b; 1-2 a",         "0-1 a/b; 1-2 a"}, {"0-1 a; 1-2 a; 2-3 b; 3-4 b; 5-6 b", "0-2 a; 2-4 b; 4-5 .; 5-6 b"},
+        {"0-1 ; 1-2 ",             "0-2 "},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        SubtitleTrack track = subtitles(c.before);
+        track.simplify(Simplification::kMatchFrameCuts, Editable::invalidRange());
+        EXPECT_EQ(describe(track), c.after);
+        EXPECT_EQ(faultsOf(track), "");
+    }
+}
+
+TEST(SubtitleTrack, FindsTheFirstSectionWithAText)
+{
+    // clang-format off
+    struct Case { const char* text; int from, to; int expected; };
+    static const Case cases[] = {
+        {"ahoy", -1, -1, 2}, {"goes", -1, -1, 4},  {"THERE", -1, -1, 4}, {"there ahoy", -1, -1, -1}, {"", -1, -1, -1},
+        {"ahoy", 3,  -1, 8}, {"ahoy", 2,  -1, 2},  {"ahoy", 4,  8,  -1}, {"ahoy", 4,  9,  8},        {"ahoy", 9,  -1, -1},
+        {"ahoy", 99, 99, 2}, {".",    -1, -1, -1}, {"last", -1, -1, 10},
+    };
+    // clang-format on
+    const SubtitleTrack track =
+        subtitles("1-2 /Ahoy; 2-3 Who goes/there?; 4-5 ahoy!; 5-6 last", 7.0);
+    const auto at = [&track](int index) {
+        return index < 0 ? ce_handle() : ce_handle(track.getCel(), index);
+    };
+    for (const Case& c : cases) {
+        const auto found =
+            track.find(std::wstring(c.text, c.text + std::strlen(c.text)), at(c.from), at(c.to));
+        EXPECT_EQ(found.valid() ? found.get_index() : -1, c.expected)
+            << c.text << " from " << c.from << " to " << c.to;
+    }
+    const SubtitleTrack other = subtitles("0-1 ahoy");
+    EXPECT_EQ(track.find(L"ahoy", other.getCel()->get_start_ceh(), {}).get_index(), 2)
+        << "a handle on another track counts as none";
+    EXPECT_FALSE(subtitles("0-1 /; 1-2 ").find(L"", {}, {}).valid());
+}
+
+TEST(SubtitleTrack, IsSafeWithoutATrack)
+{
+    SubtitleTrack none = SubtitleTrack::createInvalid();
+    SubtitleTrack some = subtitles("0-1 a");
+    none.setElements(elements("0-1 a"), 2.0);
+    none.add(elements("0-1 a").front());
+    none.setElement(IdStamp(), {});
+    none.insert(some, {0.0, 1.0}, 0.0, {});
+    none.replace(some, {0.0, 1.0}, 0.0, {}, Editable::kReplacePlain);
+    none.remove({0.0, 1.0});
+    none.quantiseCelEnd();
+    none.setFont({});
+    none.id(IdStamp());
+    EXPECT_TRUE(none.setElementsOnGrid({}, 1.0).empty());
+    EXPECT_FALSE(none.simplify(Simplification::kAll, Editable::invalidRange()));
+    EXPECT_FALSE(none.valid() || none.clone().valid() || none.getCel() || none.is_dummy() ||
+                 none.performEditOpWithNullSrc() || none.withSectionsOf(*some.getCel()).valid());
+    EXPECT_EQ(none.id(), IdStamp(0, 0, 0));
+    EXPECT_EQ(none.getNumElements(), 0U);
+    EXPECT_EQ(none.getElements().size(), 0U);
+    EXPECT_EQ(none.getFont(), FontDefinition());
+    EXPECT_EQ(none.getExtents(Editable::kAllEvents, false), Editable::invalidRange());
+    EXPECT_FALSE(none.find(L"a", {}, {}).valid());
+    EXPECT_TRUE(none.getElement(IdStamp()).lines.empty());
+    EXPECT_TRUE(some.getElement(ce_handle()).lines.empty());
+    EXPECT_TRUE(some.getElement(IdStamp()).lines.empty());
+    EXPECT_FALSE(SubtitleTrack::createFromCel(Kt::Ptr<Cel>(new Cel(0, 0.04))).valid());
+}
+
+TEST(SubtitleTrack, HasAnIdentityAndAFontThatIsTakenOverOnce)
+{
+    const TemporaryFolder folder;
+    const EnvironmentVariable variable("CEL_CONFIG_DIR", folder.path());
+    // clang-format off
+    struct Case { const char* preference; const wchar_t* face; float size; float opacity; };
+    const Case cases[] = {
+        {"",                                              defaultFontName().c_str(), 1.0F, 0.2F},
+        {"no font",                                       defaultFontName().c_str(), 1.0F, 0.2F},
+        {R"({"face": "Serif", "size": 0})",               defaultFontName().c_str(), 1.0F, 0.2F},
+        {R"({"face": "Serif", "size": 2, "background": [0, 0, 0, 1]})", L"Serif",    2.0F, 1.0F},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        prefs().setPreference("Subtitles : font", c.preference);
+        const FontDefinition font = SubtitleTrack(0.04).getFont();
+        EXPECT_EQ(font.faceName, c.face);
+        EXPECT_EQ(font.size, c.size);
+        EXPECT_EQ(font.background.alpha, c.opacity);
+    }
+    FontDefinition font = SubtitleTrack::getDefaultFont();
+    font.faceName = L"Größe \"7\"\n";
+    SubtitleTrack::setDefaultFont(font);
+    EXPECT_EQ(SubtitleTrack::getDefaultFont(), font);
+    SubtitleTrack source = subtitles("0-1 a");
+    font.faceName = L"Other";
+    SubtitleTrack::setDefaultFont(font);
+
+    SubtitleTrack track(0.04);
+    SubtitleTrack shared = track;
+    EXPECT_EQ(track.id().getMagicType(), 2);
+    EXPECT_EQ(shared.id(), track.id());
+    EXPECT_NE(track.clone().id(), track.id());
+    EXPECT_EQ(track.getFont().faceName, L"Other");
+    track.insert(source, {0.0, 1.0}, 0.0, {});
+    EXPECT_EQ(shared.getFont(), source.getFont()) << "of the first that gives it texts";
+    track.insert(SubtitleTrack(0.04), {0.0, 1.0}, 0.0, {});
+    EXPECT_EQ(shared.getFont(), source.getFont());
+    prefs().setPreference("Subtitles : font", "");
+}
+
+TEST(SubtitleTrack, UsesCookiesOfItsOwn)
+{
+    EXPECT_EQ(SubtitleTrack::textCookie().asString(true), "84:0:0:123:0");
+    EXPECT_EQ(SubtitleTrack::blackCookie().asString(true), "84:1:0:647:0");
+    const auto list = subtitles("0-1 a").getCel();
+    EXPECT_EQ(list->getBlackCookie(), SubtitleTrack::blackCookie());
+    EXPECT_TRUE(list->canReferTo(kSubtitleCookie));
+    EXPECT_FALSE(list->canReferTo(kVideoCookie));
+}
+
+// ---- stored -------------------------------------------------------------------------------------
+
+SubtitleTrack storedExample()
+{
+    SubtitleTrack track(0.04);
+    track.id(IdStamp(1, 2, 0x80000003));
+    track.setFont({L"Sans", 0.5F, {0.0F, 0.0F, 0.0F, 0.2F}, {1.0F, 1.0F, 1.0F, 1.0F}});
+    track.setElement(IdStamp(4, 5, 6), elements("0-1 {s1}a/\xC3\xA4").front());
+    return track;
+}
+
+/// The body of the layer of texts, and where it begins in the stream.
+std::pair<StreamFile, std::size_t> packed(const SubtitleTrack& track)
+{
+    StreamFile file;
+    PStream stream(file);
+    track.getCel()->STRM_hierarchyPack(stream);
+    file.seek(0);
+    skipLayer(stream, *peekLayer(stream));
+    const std::size_t begin = file.position();
+    file.seek(0);
+    return {std::move(file), begin};
+}
+
+TEST(SubtitleLayer, HoldsTheseBytes)
+{
+    auto [file, begin] = packed(storedExample());
+    PStream stream(file);
+    file.seek(begin);
+    const auto frame = peekLayer(stream);
+    ASSERT_TRUE(frame);
+    EXPECT_EQ(frame->name, "T");
+    EXPECT_EQ(frame->revision, 1);
+    EXPECT_EQ(hexText(file.bytes().subspan(frame->bodyOffset, frame->bodyBytes)),
+              hexText(hexFile("subtitles_T1")));
+    EXPECT_EQ(storedExample().getCel()->hierarchyName(true, true), "C.T");
+    EXPECT_EQ(storedExample().getCel()->hierarchyName(false, true), "Cel.SubtitleCel");
+}
+
+TEST(SubtitleLayer, GivesBackWhatItWasGiven)
+{
+    SubtitleTrack track = subtitles("1-2 {s}a; 2-3 b; 3-4 c/\xF0\x9F\x98\x80; 4-5 ", 6.0);
+    const IdStamp second = track.getCel()->find_ceh(2.0, in_point).getEffectGraph();
+    track.setElement(second, {{std::wstring(L"a\0b", 3), L"\xD800", L"\x10FFFF"}, "x"});
+    std::string notes;
+    const SubtitleTrack read = stored(track, &notes);
+    EXPECT_EQ(notes, "");
+    EXPECT_EQ(describe(read), describe(track)) << "which shows half a character as none";
+    EXPECT_EQ(read.id(), track.id());
+    EXPECT_EQ(read.getFont(), track.getFont());
+    EXPECT_EQ(read.getElement(second).lines[0], std::wstring(L"a\0b", 3));
+    EXPECT_EQ(read.getElement(second).lines[1], L"\xFFFD");
+    EXPECT_FALSE(read.getCel()->is_dirty());
+    SubtitleTrack changed = read;
+    changed.setElement(IdStamp(), {});
+    EXPECT_TRUE(read.getCel()->is_dirty());
+}
+
+TEST(SubtitleLayer, IsReadAsFarAsItGoes)
+{
+    auto [whole, begin] = packed(subtitles("0-1 first; 1-2 second/line; 2-3 {s}third"));
+    PStream frames(whole);
+    whole.seek(begin);
+    const LayerFrame frame = *peekLayer(frames);
+    const auto list = whole.bytes().first(begin);
+    const auto body = whole.bytes().subspan(frame.bodyOffset, frame.bodyBytes);
+    const auto readBack = [&](std::span<const std::byte> texts, unsigned char revision) {
+        StreamFile file(list);
+        PStream stream(file);
+        writeLayer(stream, "T", [&](PStream& layer) {
+            layer.file().write(texts);
+            return revision;
+        });
+        file.seek(0);
+        SubtitleTrack track(0.04);
+        track.getCel()->STRM_hierarchyUnpack(stream);
+        EXPECT_EQ(file.remaining(), 0U);
+        EXPECT_LE(track.getNumElements(), 3U);
+        EXPECT_EQ(track.getCel()->numEvents(), 6);
+        return std::string(stream.errorText().text());
+    };
+    EXPECT_EQ(readBack(body, 1), "");
+    EXPECT_EQ(readBack(body, 2), "SubtitleCel::unpack: unknown revision\n");
+    for (std::size_t size = 0; size < body.size(); ++size)
+        EXPECT_EQ(readBack(body.first(size), 1),
+                  "SubtitleCel::unpack: Failed to read texts (unexpected size)\n")
+            << size;
+    std::mt19937 random(7);
+    for (int i = 0; i < 3000; ++i) {
+        std::vector<std::byte> flipped(body.begin(), body.end());
+        flipped[random() % flipped.size()] ^= static_cast<std::byte>(1U << random() % 8);
+        if (i % 2 == 0)
+            flipped[random() % flipped.size()] = std::byte{0xFF};
+        readBack(flipped, 1);
+    }
+    // A count that lies.
+    std::vector<std::byte> hostile(body.begin(), body.end());
+    const std::size_t count = 12 + 4 + static_cast<std::size_t>(hostile[12]);
+    std::fill_n(hostile.begin() + static_cast<std::ptrdiff_t>(count), 4, std::byte{0xFF});
+    EXPECT_EQ(readBack(hostile, 1),
+              "SubtitleCel::unpack: Failed to read texts (unexpected size)\n");
+}
+
+TEST(SubtitleLayer, TravelsWithItsCut)
+{
+    Cut cut;
+    cut.addTrack(kVideoCookie);
+    const SubtitleTrack texts = subtitles("1-2 {s}a; 3-4 b/c", 5.0);
+    cut.tracks.push_back(texts.getCel());
+    cut.tracks.push_back(subtitles("0-1 other").getCel());
+    cut.addTrack(kAudioCookie);
+    std::string error;
+    const auto loaded = readCut(writeCut(cut), error);
+    ASSERT_TRUE(loaded) << error;
+    EXPECT_TRUE(loaded->findings.empty());
+    ASSERT_EQ(loaded->cut.tracks.size(), 4U);
+    EXPECT_EQ(describe(SubtitleTrack::createFromCel(loaded->cut.tracks[1])), describe(texts));
+    EXPECT_EQ(describe(SubtitleTrack::createFromCel(loaded->cut.tracks[2])), "0-1 other");
+    EXPECT_FALSE(SubtitleTrack::createFromCel(loaded->cut.tracks[0]).valid());
+    EXPECT_FALSE(SubtitleTrack::createFromCel(loaded->cut.tracks[3]).valid());
+}
+
+} // namespace
+} // namespace cel::test
