@@ -201,6 +201,7 @@ TEST(Replace, OverwritesAStretch)
         {"keeps an effect",     "A0-2 $2-4#7", "X0-2#9",   0, 2, 2, 0,  "A0-2 X2-4#7"},
         {"told not to",         "A0-2 $2-4#7", "X0-2#9",   0, 2, 2, 1,  "A0-2 X2-4"},
         {"of another length",   "A0-2 $2-4#7", "X0-3#9",   0, 2, 2, 0,  "A0-2 X2-4"},
+        {"reaching past its material", "A0-2 $2-4#7", "X0-2#9", 1, 3, 2, 0, "A0-2 X2-3@1 .3-4"},
         {"not under black",     "A0-2 $2-4#7", ".0-2#9",   0, 2, 2, 0,  "A0-2 .2-4"},
         {"not a temporary one", "A0-2 $2-4#7-0-40000000", "X0-2#9", 0, 2, 2, 0, "A0-2 X2-4"},
     };
@@ -262,6 +263,7 @@ TEST(Joining, PutsTwoTracksTogether)
         {"hardly overlapping",    "A0-4",   "B0-2",   -2e-7, "A0-4 B4-6"},
         {"onto nothing",          "",       "B1-2",   3,     "B4-5"},
         {"nothing",               "A0-4",   "",       3,     "A0-4"},
+        {"by its length, not to its end", "A1-2", "B5-6", 0,   "A1-2 B6-7"},
         {"itself",                "A0-2 B2-3", "itself", 0,  "A0-2 B2-3 A3-5 B5-6"},
     };
     expectEdits(welds, [](const Kt::Ptr<Cel>& edited, const Row& row) { edited->weld(sourceOf(row.other, edited).get(), row.offset); });
@@ -438,7 +440,7 @@ TEST(Simplification, TakesOutWhatCarriesNothing)
         {"an effect",                kMatch, "A0-2#7 A2-4@2",        kWhole, "A0-2#7 A2-4@2"},
         {"ramps at the ends",        kMatch, "A0-2~4>0 A2-4@2~0>8",  kWhole, "A0-4~4>8"},
         {"black meets black",        kBlack, ".0-1 .1-2 A2-3",       kWhole, ".0-2 A2-3"},
-        {"black of two kinds",       kBlack, "A0-1 .1-2 ,2-3 .3-4",  kWhole, "A0-1 .1-4"},
+        {"black of two kinds",       kBlack, "A0-1 .1-2 ,2-3",       kWhole, "A0-1 .1-3"},
         {"black at the ends",        kBlack, ".0-1 A1-2 .2-3",       kWhole, ".0-1 A1-2 .2-3"},
         {"a hole",                   kBlack, "A0-1 B2-3",            kWhole, "A0-1 .1-2 B2-3"},
         {"a hole in sound",          kBlack, "a0-1 b2-3",            kWhole, "a0-1 ,1-2 b2-3"},
