@@ -49,8 +49,10 @@ Alternatives alternativesOf(wchar_t character)
 bool isOneOf(const Alternatives& alternatives, wchar_t character)
 {
     // All four, so that there is one branch and not four.
-    return (alternatives[0] == character) | (alternatives[1] == character) |
-           (alternatives[2] == character) | (alternatives[3] == character);
+    const auto is = [&](std::size_t i) {
+        return static_cast<unsigned>(alternatives[i] == character);
+    };
+    return (is(0) | is(1) | is(2) | is(3)) != 0;
 }
 
 } // namespace
