@@ -150,12 +150,7 @@ ce_handle Cel::insertEventPair(int index, const Cookie& material, double stripSt
                      0);
 
     if (index == numEvents()) {
-        events_.push_back(in);
-        events_.push_back(out);
-        if (admitPlainSection())
-            return handleAt(numEvents() - 2);
-        events_.pop_back();
-        const int inAccepted = admitLast();
+        const int inAccepted = addEvent(in);
         // Also after a refusal, so that the events stay in pairs.
         const int outAccepted = addEvent(out);
         return inAccepted && outAccepted ? handleAt(numEvents() - 2) : ce_handle();
