@@ -149,15 +149,25 @@ TrimScan Cel::scanTrims(double d) const
 {
     TrimScan scan;
     TrimLimiter limiter(*this, std::isfinite(d) ? d : 0.0);
-    int in = -1;
-    for (int i = 0; i < numEvents(); ++i) {
-        const ChannelEvent& event = events_[static_cast<std::size_t>(i)];
-        if (event.info() == in_point)
-            in = i;
-        if (event.get_trim_type() != trim_none)
-            scan.selected.push_back({i, in, event.get_trim_type()});
-        if (cel::detail::trimMark(event, in < 0 ? nullptr : &events_[std::size_t(in)]))
-            limiter.addMark(i);
+    const auto isSelected = [](const ChannelEvent& event) {
+        return event.get_trim_type() != trim_none;
+    };
+    // Only a section with a selection has marks, up to the next in point.
+    for (int next = 0; next < numEvents();) {
+        const auto found = std::find_if(events_.begin() + next, events_.end(), isSelected);
+        if (found == events_.end())
+            break;
+        const auto selected = static_cast<int>(found - events_.begin());
+        const int in = cel::detail::matchingIn(events_, selected);
+        const int end = cel::detail::nextIn(events_, selected + 1);
+        for (int i = std::max(in, next); i < end; ++i) {
+            const ChannelEvent& event = events_[static_cast<std::size_t>(i)];
+            if (isSelected(event))
+                scan.selected.push_back({i, in, event.get_trim_type()});
+            if (cel::detail::trimMark(event, in < 0 ? nullptr : &events_[std::size_t(in)]))
+                limiter.addMark(i);
+        }
+        next = end;
     }
     scan.allowed = limiter.allowed();
     return scan;
