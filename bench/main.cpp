@@ -101,8 +101,8 @@ std::vector<Row> allRows()
     using namespace cel::bench;
     std::vector<Row> rows;
     for (const auto& family :
-         {searchRows(), editingRows(), rangeEditRows(), wholeTrackRows(), persistenceRows(),
-          savingRows(), storeRows(), trackHandleRows(), levelRows()})
+         {searchRows(), editingRows(), rangeEditRows(), wholeTrackRows(), longEditRows(),
+          persistenceRows(), savingRows(), storeRows(), trackHandleRows(), levelRows()})
         rows.insert(rows.end(), family.begin(), family.end());
     return rows;
 }
