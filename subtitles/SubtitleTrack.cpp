@@ -11,11 +11,7 @@
 namespace {
 
 using Element = SubtitleTrack::Element;
-
-bool isSubtitle(const ChannelEvent& event)
-{
-    return (event.info() & in_point) && !event.strip_name().isBlack();
-}
+using cel::detail::isSubtitle;
 
 } // namespace
 
@@ -141,17 +137,10 @@ std::vector<SubtitleTrack::RangedElement> SubtitleTrack::getElements() const
     elements.reserve(cel_->elements().size());
     cel::detail::TextsInOrder texts(cel_->elements());
     const auto events = std::as_const(*cel_).events();
-    for (std::size_t in = 0; in < events.size(); ++in) {
-        if (!isSubtitle(events[in]))
-            continue;
-        std::size_t out = in + 1;
-        while (out < events.size() && !(events[out].info() & (in_point | out_point)))
-            ++out;
-        if (out == events.size() || !(events[out].info() & out_point))
-            continue;
+    cel::detail::forEachSubtitle(events, [&](std::size_t in, std::size_t out) {
         elements.push_back(
             {texts(events[in].editGraph()), events[in].edit_time(), events[out].edit_time()});
-    }
+    });
     return elements;
 }
 

@@ -2,6 +2,9 @@
 
 #include "subtitles/SubtitleCel.h"
 
+#include <cstddef>
+#include <span>
+
 namespace cel::detail {
 
 using SubtitleElements = SubtitleTrack::SubtitleCel::Elements;
@@ -42,5 +45,26 @@ private:
     const SubtitleElements& elements_;
     SubtitleElements::const_iterator next_;
 };
+
+/// Whether an event is the in point of a subtitle.
+inline bool isSubtitle(const ChannelEvent& event)
+{
+    return (event.info() & in_point) && !event.strip_name().isBlack();
+}
+
+/// Calls `visit` with the in and the out point of every subtitle that has both.
+template <class Visit>
+void forEachSubtitle(std::span<const ChannelEvent> events, const Visit& visit)
+{
+    for (std::size_t in = 0; in < events.size(); ++in) {
+        if (!isSubtitle(events[in]))
+            continue;
+        std::size_t out = in + 1;
+        while (out < events.size() && !(events[out].info() & (in_point | out_point)))
+            ++out;
+        if (out < events.size() && (events[out].info() & out_point))
+            visit(in, out);
+    }
+}
 
 } // namespace cel::detail
