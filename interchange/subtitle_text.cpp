@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstring>
 
 namespace cel {
 
@@ -41,6 +42,18 @@ bool isPlain(char c)
     return (c >= ' ' && c < 0x7F) || c == '\n' || c == '\t';
 }
 
+/// Whether one of eight characters needs a closer look: control characters, line ends too, and what
+/// is more than a byte long. Most of a file is passed over in such steps.
+bool hasUncommon(const char* eight)
+{
+    std::uint64_t word = 0;
+    std::memcpy(&word, eight, sizeof word);
+    constexpr std::uint64_t kEach = 0x0101010101010101;
+    const std::uint64_t belowBlank = (word - kEach * ' ') & ~word;
+    const std::uint64_t isDelete = (word ^ kEach * 0x7F) - kEach;
+    return ((belowBlank | isDelete | word) & kEach * 0x80) != 0;
+}
+
 /// Copies the text, mending what is not clean.
 class Cleaner
 {
@@ -55,8 +68,7 @@ public:
     {
         while (at_ < bytes_.size()) {
             const std::size_t from = at_;
-            while (at_ < bytes_.size() && isPlain(bytes_[at_]))
-                ++at_;
+            skipPlain();
             clean_.text.append(bytes_, from, at_ - from);
             if (at_ < bytes_.size())
                 mendOne();
@@ -68,6 +80,19 @@ public:
     std::size_t longCharacters() const { return longCharacters_; }
 
 private:
+    void skipPlain()
+    {
+        for (;;) {
+            while (bytes_.size() - at_ >= 8 && !hasUncommon(bytes_.data() + at_))
+                at_ += 8;
+            const std::size_t near = std::min(at_ + 8, bytes_.size());
+            while (at_ < near && isPlain(bytes_[at_]))
+                ++at_;
+            if (at_ < near || at_ == bytes_.size())
+                return;
+        }
+    }
+
     void mendOne()
     {
         const char c = bytes_[at_];
