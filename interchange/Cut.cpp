@@ -1,5 +1,7 @@
 #include "interchange/Cut.h"
 
+#include "subtitles/SubtitleCel.h"
+
 #include <algorithm>
 
 namespace cel {
@@ -45,7 +47,9 @@ Kt::Ptr<Cel> Cut::addTrack(CookieType type, int number)
         if (!track(nameOf(free)))
             number = free;
 
-    Kt::Ptr<Cel> added(new Cel(0, rate.frameDuration()));
+    const Kt::Ptr<Cel> added = type == kSubtitleCookie
+                                   ? SubtitleTrack(rate.frameDuration()).getCel()
+                                   : Kt::Ptr<Cel>(new Cel(0, rate.frameDuration()));
     IdStamp id;
     constexpr int kTrackIdentity = 2;
     id.setMagicType(kTrackIdentity);
@@ -65,6 +69,21 @@ double Cut::duration() const
     for (const Kt::Ptr<Cel>& track : tracks)
         longest = std::max(longest, track->get_end_time());
     return longest;
+}
+
+Kt::Ptr<Cel> copyOfTrack(const Cel& track)
+{
+    if (const auto* const subtitles = dynamic_cast<const SubtitleTrack::SubtitleCel*>(&track))
+        return Kt::Ptr<Cel>(new SubtitleTrack::SubtitleCel(*subtitles));
+    return Kt::Ptr<Cel>(new Cel(track));
+}
+
+Cookie blackOf(const Cel& track)
+{
+    const CookieType kind = kindOf(track);
+    return kind == kSubtitleCookie ? SubtitleTrack::blackCookie()
+           : kind == kAudioCookie  ? audio_black
+                                   : video_black;
 }
 
 CookieType kindOf(const Cel& track)

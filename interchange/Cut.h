@@ -47,6 +47,12 @@ struct Cut
     double duration() const;
 };
 
+/// A track of its own with the same sections, and the same texts if it holds subtitles.
+Kt::Ptr<Cel> copyOfTrack(const Cel& track);
+
+/// What the gaps of a track are made of.
+Cookie blackOf(const Cel& track);
+
 /// Kind of a track, read from its sub type, else from its first event.
 CookieType kindOf(const Cel& track);
 

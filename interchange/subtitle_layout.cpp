@@ -43,8 +43,8 @@ public:
         separate();
         if (offFrames_ > 0)
             lose(0, "frame",
-                 std::to_string(offFrames_) + " times lie between frames at " + describe(rate_) +
-                     " a second and went to the nearest");
+                 "times that lie between frames at " + describe(rate_) +
+                     " a second went to the nearest: " + std::to_string(offFrames_));
         result_.losses = losses_.finished();
         return std::move(result_);
     }

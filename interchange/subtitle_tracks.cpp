@@ -1,0 +1,149 @@
+#include "interchange/subtitle_tracks.h"
+
+#include "interchange/sections.h"
+#include "interchange/subrip.h"
+#include "interchange/subtitle_layout.h"
+#include "interchange/webvtt.h"
+#include "platform/support/utf8.h"
+#include "subtitles/SubtitleCel.h"
+#include "subtitles/SubtitleStyleManager.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace cel {
+
+namespace {
+
+using SubtitleCel = SubtitleTrack::SubtitleCel;
+
+SubtitleTrack::RangedElement elementOf(const LaidCue& cue, const FrameRate& rate)
+{
+    SubtitleTrack::RangedElement element;
+    element.start = secondsOfFrames(cue.start, rate);
+    element.end = secondsOfFrames(cue.end, rate);
+    element.style = styleOfPlacement(cue.placement);
+    std::string_view rest = cue.text;
+    for (;;) {
+        const std::size_t end = std::min(rest.find('\n'), rest.size());
+        element.lines.emplace_back(toWide(rest.substr(0, end)));
+        if (end == rest.size())
+            return element;
+        rest.remove_prefix(end + 1);
+    }
+}
+
+} // namespace
+
+std::string PlacedSubtitle::text() const
+{
+    std::string all;
+    for (const std::string& line : lines)
+        all.append(all.empty() ? "" : "\n").append(line);
+    return all;
+}
+
+std::vector<PlacedSubtitle> subtitlesOf(const Cel& track)
+{
+    std::vector<PlacedSubtitle> subtitles;
+    const auto* const texts = dynamic_cast<const SubtitleCel*>(&track);
+    if (!texts)
+        return subtitles;
+    const auto take = [&](const Section& section) {
+        if (section.isBlack())
+            return;
+        PlacedSubtitle subtitle;
+        subtitle.start = section.in.edit_time();
+        subtitle.end = section.out.edit_time();
+        subtitle.event = static_cast<int>(section.index);
+        subtitle.id = section.in.editGraph();
+        const auto found = texts->elements().find(subtitle.id);
+        if (found != texts->elements().end()) {
+            for (const auto& line : found->second.lines)
+                subtitle.lines.push_back(toUtf8(line.view()));
+            subtitle.style = found->second.style.view();
+        }
+        subtitles.push_back(std::move(subtitle));
+    };
+    walkSections(track, take, [](const ChannelEvent&) {});
+    return subtitles;
+}
+
+std::string_view styleOfPlacement(CuePlacement placement)
+{
+    constexpr std::string_view kStyles[] = {"LT", "LM", "LB", "L", "C", "", "RT", "RM", "RB"};
+    return kStyles[static_cast<std::size_t>(placement) - 1];
+}
+
+CuePlacement placementOfStyle(const std::string& style)
+{
+    const SubtitleStyleManager& registry = SubtitleStyleManager::instance();
+    const SubtitleStyle known = registry.getStyle(style);
+    const bool isKnown = known.id.view() == style;
+    const SubtitleStyle::ePosition place =
+        isKnown ? known.pos : SubtitleStyle::posFromString(style);
+    return place >= SubtitleStyle::kLeftTop && place <= SubtitleStyle::kRightBottom
+               ? static_cast<CuePlacement>(place)
+               : CuePlacement::bottom;
+}
+
+LossLedger laySubtitles(SubtitleCues file, const FrameRate& rate, Cel& track, double shift,
+                        double end)
+{
+    LossLedger losses;
+    auto* const texts = dynamic_cast<SubtitleCel*>(&track);
+    if (!texts) {
+        losses.add(0, "track", "the track cannot hold subtitles");
+        return losses;
+    }
+    const CueLayout layout = layCues(std::move(file), rate, shift);
+    losses = layout.losses;
+    std::vector<SubtitleTrack::RangedElement> elements;
+    elements.reserve(layout.cues.size());
+    for (const LaidCue& cue : layout.cues)
+        elements.push_back(elementOf(cue, rate));
+    SubtitleTrack handle = SubtitleTrack::createFromCel(Kt::Ptr<Cel>(&track));
+    for (const std::size_t left : handle.setElementsOnGrid(elements, end))
+        losses.add(layout.cues[left].line, "time", "lies where no track reaches and is left out");
+    return losses;
+}
+
+SubtitleCues cuesOf(const Cel& track, double shift)
+{
+    SubtitleCues file;
+    for (const PlacedSubtitle& subtitle : subtitlesOf(track)) {
+        SubtitleCue cue;
+        cue.start = std::max(subtitle.start + shift, 0.0);
+        cue.end = std::max(subtitle.end + shift, 0.0);
+        cue.text = subtitle.text();
+        cue.placement = placementOfStyle(subtitle.style);
+        cue.identifier = std::to_string(file.cues.size() + 1);
+        file.cues.push_back(std::move(cue));
+    }
+    return file;
+}
+
+Kt::Ptr<Cel> stretchOf(const Kt::Ptr<Cel>& track, const Cel::Range& range)
+{
+    const SubtitleTrack source = SubtitleTrack::createFromCel(track);
+    if (!source.valid())
+        return track->extract(range.start(), range.end(), Cel::EXTRACT_CLAMP_END);
+    // An extract of the list has new identifiers at its ends; an insertion takes the texts along.
+    SubtitleTrack taken(track->get_resolution());
+    taken.insert(source, range, 0.0, {});
+    taken.getCel()->slide(range.start());
+    return taken.getCel();
+}
+
+std::optional<SubtitleImport> readSubtitles(SubtitleForm form, std::string_view bytes,
+                                            std::string& error)
+{
+    return form == SubtitleForm::webVtt ? readWebVtt(bytes, error) : readSubRip(bytes, error);
+}
+
+SubtitleExport writeSubtitles(SubtitleForm form, const SubtitleCues& file)
+{
+    return form == SubtitleForm::webVtt ? writeWebVtt(file) : writeSubRip(file);
+}
+
+} // namespace cel
