@@ -15,6 +15,8 @@ std::vector<Row> savingRows();
 std::vector<Row> storeRows();
 std::vector<Row> trackHandleRows();
 std::vector<Row> levelRows();
+std::vector<Row> subtitleFileRows();
+std::vector<Row> subtitleRows();
 
 std::vector<Note> memoryNotes();
 
