@@ -1,10 +1,21 @@
 #include "tools/cel/adopt_material.h"
 
+#include "interchange/subtitle_tracks.h"
 #include "tools/cel/text.h"
 
 namespace cel::tool {
 
 namespace {
+
+/// Entries of the table for the texts of subtitles: tracks are then compared by what is read.
+void adoptTexts(Cel& track, MaterialTable& table)
+{
+    for (const PlacedSubtitle& subtitle : subtitlesOf(track)) {
+        const Cookie text = table.add({kSubtitleCookie, subtitle.text(), subtitle.style, ""});
+        for (const int end : {subtitle.event, subtitle.event + 1})
+            track.getChanEventPtr(end)->strip_name(text);
+    }
+}
 
 /// The third integer of Cookies that name an entry of a table.
 constexpr int kTableReference = 0;
@@ -32,6 +43,12 @@ void adoptMaterial(Cel& track, const MaterialTable& from, MaterialTable& table,
         adopted.setVersion(own.version());
         event.strip_name(adopted);
     }
+}
+
+void adoptForComparison(Cel& track, const MaterialTable& from, MaterialTable& table)
+{
+    adoptMaterial(track, from, table, "");
+    adoptTexts(track, table);
 }
 
 void adoptNamedMaterial(Cel& track, const MaterialTable& from, MaterialTable& table,

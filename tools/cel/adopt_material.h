@@ -14,8 +14,12 @@ namespace cel::tool {
 void adoptMaterial(Cel& track, const MaterialTable& from, MaterialTable& table,
                    const std::string& origin);
 
-/// The same, unless neither of the two cuts knows any clip by name: numbers that mean nothing to
-/// either are better left as they are.
+/// The same for two tracks that are to be compared: subtitles become material by their text, so
+/// that a changed word shows.
+void adoptForComparison(Cel& track, const MaterialTable& from, MaterialTable& table);
+
+/// `adoptMaterial`, unless neither of the two cuts knows any clip by name: numbers that mean
+/// nothing to either are better left as they are.
 void adoptNamedMaterial(Cel& track, const MaterialTable& from, MaterialTable& table,
                         const std::string& origin);
 

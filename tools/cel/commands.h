@@ -43,6 +43,7 @@ void addCheckCommand(CLI::App& program, int& exitCode);
 void addEditCommand(CLI::App& program, int& exitCode);
 void addLevelsCommand(CLI::App& program, int& exitCode);
 void addDiffCommand(CLI::App& program, int& exitCode);
+void addSubtitlesCommand(CLI::App& program, int& exitCode);
 void addExportCommand(CLI::App& program, int& exitCode);
 void addReplayCommand(CLI::App& program, int& exitCode);
 

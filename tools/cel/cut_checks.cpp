@@ -71,7 +71,8 @@ private:
     bool lacksMaterial(const Cookie& cookie) const
     {
         return !cut_.materials.materials().empty() && cookie.getInt3() != Cookie::kSynthetic &&
-               cookie.type() != kInvalidCookie && !cut_.materials.find(cookie);
+               cookie.type() != kInvalidCookie && cookie.type() != kSubtitleCookie &&
+               !cut_.materials.find(cookie);
     }
 
     void report(const char* invariant, Severity severity, std::string text, int event = -1)

@@ -27,8 +27,8 @@ TracksByName adoptedTracks(const Cut& cut, MaterialTable& table)
 {
     Cut adopted = cut;
     for (Kt::Ptr<Cel>& track : adopted.tracks) {
-        track = Kt::Ptr<Cel>(new Cel(*track));
-        adoptMaterial(*track, cut.materials, table, "");
+        track = copyOfTrack(*track);
+        adoptForComparison(*track, cut.materials, table);
     }
     return tracksByName(adopted);
 }

@@ -3,6 +3,8 @@
 #include "interchange/cut_levels.h"
 
 #include "interchange/edl.h"
+#include "interchange/subtitle_text.h"
+#include "interchange/subtitle_tracks.h"
 #include "interchange/text_list.h"
 #include "platform/support/object_file.h"
 #include "platform/support/utf8.h"
@@ -69,11 +71,32 @@ bool hasBlockOfTextList(std::string_view text)
             text[at - 1] == '\xBF'); // of a byte-order mark
 }
 
-/// A zero byte is in every stream and in no text; a text edit list names itself.
+/// The kind of a subtitle file, which says so in its first line or gives times in the first few.
+std::optional<FileKind> kindOfSubtitles(std::string_view head)
+{
+    const DecodedText decoded = decodeSubtitles(head);
+    if (decoded.text.starts_with("WEBVTT"))
+        return FileKind::webVtt;
+    DecodedLines lines(decoded.text);
+    constexpr int kEnough = 20;
+    for (int i = 0; i < kEnough; ++i) {
+        const auto line = lines.next();
+        if (line && parseCueTimes(*line))
+            return FileKind::subRip;
+    }
+    return std::nullopt;
+}
+
+/// Subtitles are looked for first, since those in UTF-16 are full of zeros; otherwise a zero byte
+/// is in every stream and in no text, and a text edit list names itself.
 FileKind kindOfContent(std::string_view head, std::optional<FileKind> kindOfName)
 {
     if (isStore(head) || kindOfName == FileKind::store)
         return FileKind::store;
+    if (holdsSubtitles(kindOfName))
+        return *kindOfName;
+    if (const auto subtitles = kindOfSubtitles(head))
+        return *subtitles;
     if (head.find('\0') != std::string_view::npos || kindOfName == FileKind::stream)
         return FileKind::stream;
     return hasBlockOfTextList(head) ? FileKind::textList : FileKind::editList;
@@ -119,6 +142,36 @@ OpenedCut openEditList(const std::string& path, std::string_view text,
             std::move(import->losses),
             {},
             import->rateGuessed ? "guessed: " + import->rateReason : "as given"};
+}
+
+SubtitleForm formOf(FileKind kind)
+{
+    return kind == FileKind::webVtt ? SubtitleForm::webVtt : SubtitleForm::subRip;
+}
+
+SubtitleImport readCues(const std::string& path, FileKind kind, std::string_view content)
+{
+    std::string error;
+    std::optional<SubtitleImport> import = readSubtitles(formOf(kind), content, error);
+    if (!import)
+        failReading(path, error);
+    return std::move(*import);
+}
+
+/// Subtitles as a cut of one track. Without a frame rate it counts milliseconds, as its file does:
+/// then no time moves.
+OpenedCut openSubtitleCut(const std::string& path, FileKind kind, std::string_view content,
+                          const std::optional<FrameRate>& rate)
+{
+    SubtitleImport import = readCues(path, kind, content);
+    OpenedCut opened;
+    opened.kind = kind;
+    opened.cut.rate = rate.value_or(FrameRate{1000, 1, false});
+    opened.rateReason = rate ? "as given" : "milliseconds, as in the file";
+    opened.losses = std::move(import.losses);
+    const Kt::Ptr<Cel> track = opened.cut.addTrack(kSubtitleCookie);
+    opened.losses.append(laySubtitles(std::move(import.file), opened.cut.rate, *track));
+    return opened;
 }
 
 OpenedCut openTextList(const std::string& path)
@@ -173,6 +226,28 @@ void addLevelLosses(const Cut& cut, LossLedger& losses)
     }
 }
 
+/// @throws Failure `kUsage` unless the cut has one subtitle track, which may stand beside others.
+void writeSubtitleTrack(WrittenCut& written)
+{
+    const Cut& cut = *written.cut;
+    Kt::Ptr<Cel> subtitles;
+    for (std::size_t i = 0; i < cut.tracks.size(); ++i) {
+        const bool isKind = kindOf(*cut.tracks[i]) == kSubtitleCookie;
+        if (isKind && subtitles)
+            throw Failure(kUsage, "the cut has several subtitle tracks; name the one to write");
+        if (isKind)
+            subtitles = cut.tracks[i];
+        else
+            written.losses.add(0, "track", nameOfTrack(cut, i) + " holds no subtitles");
+    }
+    if (!subtitles)
+        throw Failure(kUsage, std::string("there is no subtitle track for ") +
+                                  describe(written.kind) + " to hold");
+    SubtitleExport file = writeSubtitles(formOf(written.kind), cuesOf(*subtitles));
+    written.text = linesOf(file.text);
+    written.losses.append(file.losses);
+}
+
 } // namespace
 
 const char* describe(FileKind kind)
@@ -184,10 +259,19 @@ const char* describe(FileKind kind)
         return "a text edit list";
     case FileKind::store:
         return "a store";
+    case FileKind::subRip:
+        return "a SubRip file";
+    case FileKind::webVtt:
+        return "a WebVTT file";
     case FileKind::stream:
         break;
     }
     return "a track stream";
+}
+
+bool holdsSubtitles(std::optional<FileKind> kind)
+{
+    return kind == FileKind::subRip || kind == FileKind::webVtt;
 }
 
 bool holdsEverything(std::optional<FileKind> kind)
@@ -210,6 +294,10 @@ std::optional<FileKind> kindOfName(const std::string& path)
         return FileKind::editList;
     if (endsIn(".txt"))
         return FileKind::textList;
+    if (endsIn(".srt"))
+        return FileKind::subRip;
+    if (endsIn(".vtt"))
+        return FileKind::webVtt;
     return std::nullopt;
 }
 
@@ -221,18 +309,31 @@ OpenedCut openCut(const std::string& path, const std::optional<FrameRate>& rate,
     const FileKind kind = kindOfContent(head, kindOfName(path));
     if (kind == FileKind::editList)
         return openEditList(path, content, rate);
+    if (holdsSubtitles(kind))
+        return openSubtitleCut(path, kind, content, rate);
     if (rate)
-        throw Failure(kUsage, path + ": --rate is for edit lists; " + describe(kind) +
+        throw Failure(kUsage, path + ": --rate is for edit lists and subtitles; " + describe(kind) +
                                   " has a frame rate of its own");
     if (kind == FileKind::store)
         return openStore(path, check);
     return kind == FileKind::textList ? openTextList(path) : openStream(path, content);
 }
 
+OpenedSubtitles openSubtitles(const std::string& path)
+{
+    const Progress progress("reading " + path);
+    const std::string content = readBytes(path);
+    const FileKind kind =
+        kindOfContent(std::string_view(content).substr(0, kHeadBytes), kindOfName(path));
+    if (!holdsSubtitles(kind))
+        failReading(path, std::string("is ") + describe(kind) + " and no subtitle file");
+    return {kind, readCues(path, kind, content)};
+}
+
 OpenedCut openBeside(const OpenedCut& other, const std::string& path)
 {
     OpenedCut opened = openCut(path);
-    const bool isGuess = opened.kind == FileKind::editList;
+    const bool isGuess = opened.kind == FileKind::editList || holdsSubtitles(opened.kind);
     if (isGuess && !(opened.cut.rate == other.cut.rate))
         opened = openCut(path, other.cut.rate);
     return opened;
@@ -251,6 +352,8 @@ WrittenCut writeAs(FileKind kind, const Cut& cut, std::optional<Kt::Ed2Support::
     } else if (kind == FileKind::textList) {
         written.losses = exportTextList(cut, written.text, standard).losses;
         addLevelLosses(cut, written.losses);
+    } else if (holdsSubtitles(kind)) {
+        writeSubtitleTrack(written);
     }
     return written;
 }

@@ -4,6 +4,7 @@
 #include "interchange/LossLedger.h"
 #include "interchange/cel_store.h"
 #include "interchange/cel_stream.h"
+#include "interchange/subtitle_cues.h"
 #include "platform/support/TextFile.h"
 #include "platform/support/frame_duration.h"
 
@@ -16,13 +17,16 @@
 namespace cel::tool {
 
 /// The kinds of files that hold a cut.
-enum class FileKind { stream, store, editList, textList };
+enum class FileKind { stream, store, editList, textList, subRip, webVtt };
 
-/// "a track stream", "a store", "an edit list", "a text edit list".
+/// "a track stream", "a store", "an edit list", "a text edit list", "a SubRip file", ...
 const char* describe(FileKind kind);
 
-/// The kind that a file name ends in: ".cel", ".celdb", ".edl" or ".txt".
+/// The kind that a file name ends in: ".cel", ".celdb", ".edl", ".txt", ".srt" or ".vtt".
 std::optional<FileKind> kindOfName(const std::string& path);
+
+/// Whether files of that kind hold subtitles alone.
+bool holdsSubtitles(std::optional<FileKind> kind);
 
 /// Whether files of that kind hold all that a cut's tracks are: streams and stores do.
 bool holdsEverything(std::optional<FileKind> kind);
@@ -42,12 +46,22 @@ struct OpenedCut
 };
 
 /// Reads a cut of any kind, which its content tells, and its name where that is not enough.
-/// @param rate  frame rate for an edit list, which has none of its own.
+/// @param rate  frame rate for an edit list or subtitles, which have none of their own.
 /// @param check  how closely a store is looked at.
 /// @throws Failure `kUnreadable` with the name of the file, `kUsage` for a rate that a file with
 /// one of its own does not need.
 OpenedCut openCut(const std::string& path, const std::optional<FrameRate>& rate = std::nullopt,
                   StoreCheck check = StoreCheck::rows);
+
+/// The cues of a subtitle file.
+struct OpenedSubtitles
+{
+    FileKind kind = FileKind::subRip;
+    SubtitleImport import;
+};
+
+/// Reads a subtitle file alone. @throws Failure `kUnreadable`, also for files of other kinds.
+OpenedSubtitles openSubtitles(const std::string& path);
 
 /// The same beside a cut that is open: an edit list, which has no frame rate of its own, is read at
 /// the rate of that cut.

@@ -69,7 +69,7 @@ void Edit::run()
 EditedTrack Edit::editTrack(std::size_t index, std::optional<MaterialStretch> material)
 {
     const Kt::Ptr<Cel> before = opened_.cut.tracks[index];
-    cut_.tracks[index] = Kt::Ptr<Cel>(new Cel(*before));
+    cut_.tracks[index] = copyOfTrack(*before);
     std::vector<std::string> names;
     for (const EditArgument& argument : operation_.arguments)
         names.push_back(operation_.name + (" " + plainName(argument)));
@@ -164,7 +164,7 @@ Cut Edit::result() const
     taken.startFrame = cut_.startFrame + nearestFrame(first, cut_.rate);
     for (const EditedTrack& edited : tracks_) {
         const Cel& source = *edited.before;
-        const Kt::Ptr<Cel> track(new Cel(*edited.after));
+        const Kt::Ptr<Cel> track = copyOfTrack(*edited.after);
         track->editChannelInfo(source.editChannelName(), source.editChannelId(),
                                source.editChannelSubType(), source.editChannelMaterialInfo());
         adoptNamedMaterial(*track, cut_.materials, taken.materials, printable(request_.file));

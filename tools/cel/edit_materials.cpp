@@ -19,7 +19,7 @@ std::string insert(TrackEdit& edit)
     const double at = edit.place(0, edit.start(), kLongestCut);
     const MaterialStretch& material = edit.material();
     if (edit.track().numEvents() == 0) {
-        edit.become(*material.at(at, edit.frame()));
+        edit.become(*edit.materialAt(at));
         edit.fillWithBlack(0.0, 0.0, {});
     } else {
         edit.track().insert(material.track.get(), material.range, at, {});
@@ -44,7 +44,7 @@ std::string append(TrackEdit& edit)
 {
     const double at = edit.end();
     const MaterialStretch& material = edit.material();
-    edit.become(*edit.track().appendCel(material.at(at, edit.frame())));
+    edit.become(*edit.track().appendCel(edit.materialAt(at)));
     edit.mark({at, at}, {at, at + material.length()});
     return "appended " + material.text + " at " + edit.at(at) + ", " +
            edit.lasting(material.length());
@@ -57,7 +57,7 @@ std::string weld(TrackEdit& edit)
     const double start = edit.start();
     const double end = edit.end();
     // The track moves what it is given by its length: from its start on that leads to its end.
-    const Kt::Ptr<Cel> behind = material.at(start, edit.frame());
+    const Kt::Ptr<Cel> behind = edit.materialAt(start);
     edit.track().weld(behind.get(), pause);
     edit.fillWithBlack(start, end, {end, end + pause});
     edit.mark({end, end}, {end + pause, end + pause + material.length()});
@@ -164,7 +164,7 @@ std::string overlay(TrackEdit& edit)
     edit.requirePairs();
     const MaterialStretch& material = edit.material();
     const double at = edit.has(0) ? edit.place(0, 0.0, kLongestCut) : material.range.start();
-    const Kt::Ptr<Cel> above = withoutBlack(*material.at(at, edit.frame()));
+    const Kt::Ptr<Cel> above = withoutBlack(*edit.materialAt(at));
     if (above->numEvents() == 0)
         edit.refuse(material.text + " has nothing but black there");
     const TimeRange placed = {above->get_start_time(), above->get_end_time()};

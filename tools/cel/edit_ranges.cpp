@@ -4,6 +4,7 @@
 #include "tools/cel/track_edit.h"
 
 #include "cel/Cel.h"
+#include "interchange/subtitle_tracks.h"
 
 #include <array>
 
@@ -38,7 +39,7 @@ std::string remove(TrackEdit& edit)
 std::string extract(TrackEdit& edit)
 {
     const Cel::Range range = edit.stretch(0);
-    edit.produce(edit.track().extract(range.start(), range.end(), Cel::EXTRACT_CLAMP_END));
+    edit.produce(stretchOf(Kt::Ptr<Cel>(&edit.track()), range));
     edit.mark(rangeOf(range), rangeOf(range));
     return "extracted " + edit.from(rangeOf(range)) + ", " + edit.lasting(range.length());
 }

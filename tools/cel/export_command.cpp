@@ -71,16 +71,20 @@ int runExport(const ExportOptions& options)
     const std::string& output = options.files.back();
     const std::optional<FileKind> kind = kindOfName(output);
     if (options.files.size() < 2 || !kind)
-        throw Failure(kUsage, "the last argument names the result: OUT.edl, OUT.txt, OUT.cel or "
-                              "OUT.celdb");
+        throw Failure(kUsage, "the last argument names the result: OUT.edl, OUT.txt, OUT.srt, "
+                              "OUT.vtt, OUT.cel or OUT.celdb");
     if (!options.standard.empty() && kind != FileKind::textList)
         throw Failure(kUsage, "--standard is for a text edit list (OUT.txt)");
 
     OpenedCut opened = openCut(input);
     std::vector<Kt::Ptr<Cel>> tracks;
-    for (const std::size_t i :
-         chosenTracks(opened.cut, {options.files.begin() + 1, options.files.end() - 1}))
-        tracks.push_back(opened.cut.tracks[i]);
+    const std::vector<std::string> names(options.files.begin() + 1, options.files.end() - 1);
+    for (const std::size_t i : chosenTracks(opened.cut, names)) {
+        // Where all tracks are meant, a subtitle file means those that it can hold.
+        const bool isSubtitles = kindOf(*opened.cut.tracks[i]) == kSubtitleCookie;
+        if (isSubtitles || !names.empty() || !holdsSubtitles(kind))
+            tracks.push_back(opened.cut.tracks[i]);
+    }
     opened.cut.tracks = std::move(tracks);
 
     std::optional<Kt::Ed2Support::TVStd> standard;
@@ -103,10 +107,10 @@ void addExportCommand(CLI::App& program, int& exitCode)
 {
     auto options = std::make_shared<ExportOptions>();
     Command command(program, "export",
-                    "Writes a cut as edit list, text edit list, track stream or store");
+                    "Writes a cut as edit list, text edit list, subtitles, track stream or store");
     command.arguments("FILE.cel [TRACK...] OUT", options->files,
                       "The cut, the tracks to take (all without names), and the result, whose name "
-                      "ends in .edl, .txt, .cel or .celdb",
+                      "ends in .edl, .txt, .srt, .vtt, .cel or .celdb",
                       true);
     command.option("--standard", options->standard,
                    "Frame units of a text edit list; the nearest to the cut's rate without it",
@@ -115,7 +119,8 @@ void addExportCommand(CLI::App& program, int& exitCode)
                  "Write nothing when something does not fit (exit code 1)");
     command.flag("--force", options->force, "Write tracks that the form would damage");
     command.flag("--json", options->json, "Print what did not fit as JSON");
-    command.footer("Example:\n  cel export cut.cel V1 picture.edl");
+    command.footer("Examples:\n  cel export cut.cel V1 picture.edl\n"
+                   "  cel export cut.cel S1 film.srt");
     command.runs([options] { return runExport(*options); }, exitCode);
 }
 

@@ -1,12 +1,15 @@
 #include "interchange/cut_levels.h"
+#include "interchange/subtitle_tracks.h"
 #include "tools/cel/command_line.h"
 #include "tools/cel/commands.h"
 #include "tools/cel/cut_files.h"
 #include "tools/cel/json.h"
 #include "tools/cel/listed_sections.h"
 #include "tools/cel/losses.h"
+#include "tools/cel/positions.h"
 #include "tools/cel/text.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 
@@ -19,6 +22,8 @@ struct ImportOptions
     std::string input;
     std::string output;
     std::string rate;
+    std::string into;
+    std::string offset;
     bool strict = false;
     bool force = false;
     bool json = false;
@@ -89,8 +94,93 @@ Json arrivalAsJson(const ImportOptions& options, const OpenedCut& opened, bool w
     return json;
 }
 
+// ---- subtitles beside a cut -------------------------------------------------------------------
+
+/// Where the times of a subtitle file begin on a cut.
+struct Zero
+{
+    double shift = 0.0; ///< seconds to add
+    std::string reason;
+};
+
+/// Seconds that a timecode shows, as a clock counts them.
+double clockOf(const Cut& cut)
+{
+    return cut.rate.dropFrame ? secondsOfFrames(cut.startFrame, cut.rate)
+                              : static_cast<double>(cut.startFrame) / cut.rate.timecodeBase();
+}
+
+Zero zeroOf(const ImportOptions& options, const Cut& cut, const SubtitleCues& file)
+{
+    if (!options.offset.empty()) {
+        const double by = lengthOf("--offset", options.offset, cut.rate);
+        return {by, "moved by " + describeLength(cut.rate, by)};
+    }
+    double first = kEndlessTime;
+    for (const SubtitleCue& cue : file.cues)
+        first = std::min(first, cue.start);
+    const double clock = clockOf(cut);
+    if (clock > 0.0 && first >= clock && !file.cues.empty())
+        return {-clock, "taken for timecode, as the first lies behind " + recordTimecode(cut, 0)};
+    return {0.0, "counted from the start of the cut"};
+}
+
+int runImportInto(const ImportOptions& options)
+{
+    const std::string& output = options.output.empty() ? options.into : options.output;
+    OpenedCut opened = openCut(options.into);
+    if (!holdsEverything(options.output.empty() ? opened.kind : kindOfName(output)))
+        throw Failure(kUsage, output + kWrongResult);
+    if (!opened.findings.empty() && samePath(output, options.into))
+        throw Failure(kUnwritable, options.into + ": the file is damaged and stays as it is; name "
+                                                  "a new file to write what can be read of it");
+    OpenedSubtitles subtitles = openSubtitles(options.input);
+    Cut& cut = opened.cut;
+    const Zero zero = zeroOf(options, cut, subtitles.import.file);
+    const double length = cut.duration();
+    Cel& track = *cut.addTrack(kSubtitleCookie);
+    LossLedger losses = std::move(subtitles.import.losses);
+    losses.append(
+        laySubtitles(std::move(subtitles.import.file), cut.rate, track, zero.shift, length));
+    const bool refused = options.strict && !losses.empty();
+    if (!refused)
+        losses.append(saveCutBack(opened, cut, options.into, output,
+                                  options.force ? SaveGuard::force : SaveGuard::refuse));
+
+    const std::string name = nameOfTrack(cut, cut.tracks.size() - 1);
+    const auto count = subtitlesOf(track).size();
+    if (options.json) {
+        Json json = Json::object();
+        json.set("input", options.input).set("into", options.into);
+        if (refused)
+            json.setNull("output");
+        else
+            json.set("output", output);
+        json.set("track", name)
+            .set("subtitles", count)
+            .set("offset", zero.shift)
+            .set("losses", lossesAsJson(losses));
+        std::fputs(json.text().c_str(), stdout);
+        return refused ? kFindings : kFine;
+    }
+    const std::string report =
+        printable(options.input) + ", " + describe(subtitles.kind) + ", arrived as " + name +
+        " of " + printable(options.into) + ":\n  " +
+        counted(static_cast<long long>(count), "subtitle") + ", times " + zero.reason + "\n" +
+        describeLosses(losses, "could not be carried over") +
+        (refused ? "Nothing was written (--strict).\n" : "Saved " + printable(output) + ".\n");
+    std::fputs(report.c_str(), stdout);
+    return refused ? kFindings : kFine;
+}
+
 int runImport(const ImportOptions& options)
 {
+    if (!options.into.empty())
+        return runImportInto(options);
+    if (options.output.empty())
+        throw Failure(kUsage, "OUT is required: the .cel or .celdb file to write");
+    if (!options.offset.empty())
+        throw Failure(kUsage, "--offset is for subtitles beside a cut (--into)");
     const std::optional<FileKind> kind = kindOfName(options.output);
     if (!holdsEverything(kind))
         throw Failure(kUsage, options.output + kWrongResult);
@@ -128,18 +218,26 @@ void addImportCommand(CLI::App& program, int& exitCode)
     auto options = std::make_shared<ImportOptions>();
     Command command(
         program, "import",
-        "Brings an edit list, a text edit list or a track stream into a .cel or .celdb file");
+        "Brings an edit list, a text edit list, subtitles or a track stream into a .cel or .celdb "
+        "file");
     command.argument("IN", options->input, "What to read; its content tells the kind");
     command.argument("OUT", options->output,
-                     "The .cel or .celdb file to write; an old one is replaced");
+                     "The .cel or .celdb file to write; an old one is replaced. With --into, the "
+                     "cut itself without",
+                     false);
     command.option("--rate", options->rate,
-                   "Frames a second of an edit list: 24, 29.97, 29.97df, 30000/1001; guessed from "
-                   "the list without it");
+                   "Frames a second of an edit list or subtitles: 24, 29.97, 29.97df, 30000/1001; "
+                   "without it guessed from the list, and milliseconds for subtitles");
+    command.option("--into", options->into,
+                   "The cut to which subtitles (.srt, .vtt) are added as a track: S1, S2, ...");
+    command.option("--offset", options->offset,
+                   "With --into: add this to all times of the subtitles, seconds or timecode");
     command.flag("--strict", options->strict,
                  "Write nothing when something cannot be carried over (exit code 1)");
     command.flag("--force", options->force, "Write tracks that the form would damage");
     command.flag("--json", options->json, "Print what arrived as JSON");
-    command.footer("Example:\n  cel import cut.edl cut.cel --rate 25");
+    command.footer("Examples:\n  cel import cut.edl cut.cel --rate 25\n"
+                   "  cel import cut.srt --into cut.cel");
     command.runs([options] { return runImport(*options); }, exitCode);
 }
 

@@ -186,7 +186,7 @@ private:
         std::vector<std::string> names;
         for (const EditArgument& argument : operation.arguments)
             names.push_back(operation.name + (" " + plainName(argument)));
-        cut_.tracks[track_] = Kt::Ptr<Cel>(new Cel(*opened_.cut.tracks[track_]));
+        cut_.tracks[track_] = copyOfTrack(*opened_.cut.tracks[track_]);
         TrackEdit edit(cut_, track_, std::move(names), request_.texts, material(operation));
         EnvelopeEdit& envelope = edit.envelope();
         before_ = envelope.levels().snapshot();

@@ -1,6 +1,8 @@
 #include "tools/cel/listed_sections.h"
 
 #include "interchange/sections.h"
+#include "interchange/subtitle_markup.h"
+#include "interchange/subtitle_tracks.h"
 #include "tools/cel/text.h"
 
 #include <cmath>
@@ -10,12 +12,30 @@ namespace cel::tool {
 
 std::string ListedSection::label() const
 {
+    if (!text.empty())
+        return printable(text);
     if (material && !material->name.empty())
         return printable(material->name);
     if (material && !material->reel.empty())
         return printable(material->reel);
     return black ? "black" : printable(cookie.asString(false).view());
 }
+
+namespace {
+
+void addTexts(const Cel& track, std::vector<ListedSection>& list)
+{
+    auto section = list.begin();
+    for (const PlacedSubtitle& subtitle : subtitlesOf(track)) {
+        while (section->event != subtitle.event)
+            ++section;
+        for (const std::string& line : subtitle.lines)
+            section->text.append(section->text.empty() ? "" : " | ").append(withoutCueTags(line));
+        section->style = subtitle.style;
+    }
+}
+
+} // namespace
 
 std::vector<ListedSection> sectionsOf(const Cel& track, const MaterialTable& materials)
 {
@@ -35,6 +55,7 @@ std::vector<ListedSection> sectionsOf(const Cel& track, const MaterialTable& mat
         list.push_back(listed);
     };
     walkSections(track, take, [](const ChannelEvent&) {});
+    addTexts(track, list);
     return list;
 }
 

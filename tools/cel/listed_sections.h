@@ -28,8 +28,11 @@ struct ListedSection
     bool black = false;
     const Material* material = nullptr; ///< null for black, effects and what the table lacks
     Cookie cookie;
+    std::string text;  ///< of a subtitle, its lines joined by " | "
+    std::string style; ///< of a subtitle
 
-    /// What stands for it in a picture: the clip's name, else its reel, else the Cookie's text.
+    /// What stands for it in a picture: the text of a subtitle, else the clip's name, else its
+    /// reel, else the Cookie's text.
     std::string label() const;
 
     bool changesSpeed() const { return !black && speed != 1; }

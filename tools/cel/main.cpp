@@ -48,6 +48,7 @@ int run(int argc, char** argv)
     addEditCommand(program, exitCode);
     addLevelsCommand(program, exitCode);
     addDiffCommand(program, exitCode);
+    addSubtitlesCommand(program, exitCode);
     addExportCommand(program, exitCode);
     addReplayCommand(program, exitCode);
 

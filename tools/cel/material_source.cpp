@@ -36,7 +36,7 @@ public:
 
     MaterialStretch stretch(std::size_t track, const std::vector<std::string>& range) const
     {
-        const Kt::Ptr<Cel> all(new Cel(*cut_.tracks[track]));
+        const Kt::Ptr<Cel> all = copyOfTrack(*cut_.tracks[track]);
         const std::string name =
             nameOfTrack(cut_, track) + (file_.empty() ? "" : " of " + printable(file_));
         if (all->numEvents() == 0)
@@ -81,14 +81,12 @@ std::vector<MaterialStretch> blackFor(const Cut& cut, const std::vector<std::siz
                                   describeLength(cut.rate, cut.rate.frameDuration()) + " and " +
                                   describeLength(cut.rate, kLongestCut));
     std::vector<MaterialStretch> material;
-    for (const std::size_t track : tracks) {
-        const bool isSound = kindOf(*cut.tracks[track]) == kAudioCookie;
+    for (const std::size_t track : tracks)
         material.push_back({nullptr,
                             {0.0, length},
-                            isSound ? audio_black : video_black,
+                            blackOf(*cut.tracks[track]),
                             "black",
                             AudLevelsCel::createInvalid()});
-    }
     return material;
 }
 

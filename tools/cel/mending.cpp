@@ -72,7 +72,7 @@ public:
 
     bool isSound() const { return findings_.empty(); }
     const Kt::Ptr<Cel>& track() const { return current_; }
-    Kt::Ptr<Cel> copy() const { return Kt::Ptr<Cel>(new Cel(*current_)); }
+    Kt::Ptr<Cel> copy() const { return copyOfTrack(*current_); }
 
     /// Takes a candidate that plays as the original does and has less wrong with it.
     /// @return what it mends, or nothing when it is not taken.

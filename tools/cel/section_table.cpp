@@ -24,7 +24,7 @@ Row rowOf(const Cut& cut, const ListedSection& section)
 {
     Row row = {std::to_string(section.number), recordTimecode(cut, section.record.from),
                recordTimecode(cut, section.record.to)};
-    if (!section.black) {
+    if (!section.black && section.cookie.type() != kSubtitleCookie) {
         row[3] = sourceTimecode(cut, section.source.from);
         row[4] = sourceTimecode(cut, section.source.to);
         row[7] = describeSpeed(section.speed);

@@ -59,6 +59,10 @@ Json sectionAsJson(const Cut& cut, const ListedSection& section)
         .set("black", section.black);
     if (section.black)
         return json;
+    if (section.cookie.type() == kSubtitleCookie) {
+        json.set("text", section.text).set("style", section.style);
+        return json;
+    }
     const Material material = section.material ? *section.material : Material();
     json.set("sourceIn", sourceTimecode(cut, section.source.from))
         .set("sourceOut", sourceTimecode(cut, section.source.to))

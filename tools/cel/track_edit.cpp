@@ -1,6 +1,8 @@
 #include "tools/cel/track_edit.h"
 
 #include "cel/audit.h"
+#include "interchange/subtitle_tracks.h"
+#include "subtitles/SubtitleCel.h"
 #include "tools/cel/commands.h"
 #include "tools/cel/positions.h"
 #include "tools/cel/text.h"
@@ -13,11 +15,6 @@
 namespace cel::tool {
 
 namespace {
-
-Cookie blackOf(const Cel& track)
-{
-    return kindOf(track) == kAudioCookie ? audio_black : video_black;
-}
 
 /// A level factor; nothing for other text, and for what no fader does.
 std::optional<double> factorFrom(const std::string& text)
@@ -40,7 +37,7 @@ Kt::Ptr<Cel> MaterialStretch::at(double start, double frame) const
         made->appendEventPair(black, 0.0, length(), start);
         return made;
     }
-    Kt::Ptr<Cel> made = track->extract(range.start(), range.end(), Cel::EXTRACT_CLAMP_END);
+    const Kt::Ptr<Cel> made = stretchOf(track, range);
     made->slide(start - range.start());
     if (made->get_resolution() != frame) {
         made->set_resolution(frame);
@@ -162,13 +159,28 @@ void TrackEdit::requirePairs() const
 
 // ---- results ----------------------------------------------------------------------------------
 
+void TrackEdit::becomeWithTexts(SubtitleTrack::SubtitleCel& subtitles, const Cel& result) const
+{
+    using Texts = SubtitleTrack::SubtitleCel;
+    const auto* const source = dynamic_cast<const Texts*>(laid_.get());
+    if (source)
+        for (const auto& [id, text] : source->elements())
+            subtitles.insertElement(id, text);
+    const SubtitleTrack with =
+        SubtitleTrack::createFromCel(Kt::Ptr<Cel>(&subtitles)).withSectionsOf(result);
+    subtitles = dynamic_cast<const Texts&>(*with.getCel());
+}
+
 void TrackEdit::become(const Cel& result)
 {
     const auto name = track_.editChannelName();
     const auto id = track_.editChannelId();
     const auto subType = track_.editChannelSubType();
     const auto materialInfo = track_.editChannelMaterialInfo();
-    track_ = result;
+    if (auto* const subtitles = dynamic_cast<SubtitleTrack::SubtitleCel*>(&track_))
+        becomeWithTexts(*subtitles, result);
+    else
+        track_ = result;
     track_.editChannelInfo(name, id, subType, materialInfo);
 }
 
@@ -184,8 +196,26 @@ void TrackEdit::fillWithBlack(double start, double end, const TimeRange& holes)
     track_.simplifyTidy({holes.from, holes.to});
 }
 
+Kt::Ptr<Cel> TrackEdit::materialAt(double start)
+{
+    laid_ = material_->at(start, frame());
+    return laid_;
+}
+
+void TrackEdit::settleBlack()
+{
+    // Some operations of the library know the black of pictures and of sound alone.
+    const Cookie black = blackOf(track_);
+    if (black.type() != kSubtitleCookie)
+        return;
+    for (int i = 0; i < track_.numEvents(); ++i)
+        if (ChannelEvent& event = *track_.getChanEventPtr(i); event.strip_name().isBlack())
+            event.strip_name(black);
+}
+
 void TrackEdit::layOnLines()
 {
+    settleBlack();
     const auto troubles = [](const Cel& track) {
         const std::vector<Finding> findings = audit(track);
         return std::count_if(findings.begin(), findings.end(),

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "interchange/cut_levels.h"
+#include "subtitles/SubtitleTrack.h"
 #include "tools/cel/envelope_edit.h"
 #include "tools/cel/listed_sections.h"
 
@@ -84,6 +85,9 @@ public:
     /// What --from or --black gives.
     const MaterialStretch& material() const { return *material_; }
 
+    /// That as a track of its own, beginning at an edit time, on the frames of the edited track.
+    Kt::Ptr<Cel> materialAt(double start);
+
     /// The section that holds an argument's time: the handle of its in point.
     ce_handle sectionAt(std::size_t argument);
 
@@ -125,6 +129,11 @@ public:
     [[noreturn]] void reject(std::size_t argument, const std::string& why) const;
 
 private:
+    /// Sections that came from the track or its material keep their texts.
+    void becomeWithTexts(SubtitleTrack::SubtitleCel& subtitles, const Cel& result) const;
+
+    void settleBlack();
+
     const Cut& cut_;
     Cel& track_;
     std::string name_;
@@ -132,6 +141,7 @@ private:
     const EditTexts& texts_;
     std::optional<MaterialStretch> material_;
     EnvelopeEdit envelope_;
+    Kt::Ptr<Cel> laid_; ///< what `materialAt` gave last
     Kt::Ptr<Cel> produced_;
     TimeRange markBefore_;
     TimeRange markAfter_;

@@ -1,0 +1,416 @@
+#include "interchange/subtitle_markup.h"
+#include "interchange/subtitle_tracks.h"
+#include "interchange/text_lines.h"
+#include "platform/support/utf8.h"
+#include "subtitles/SubtitleStyleManager.h"
+#include "tools/cel/command_line.h"
+#include "tools/cel/commands.h"
+#include "tools/cel/cut_files.h"
+#include "tools/cel/json.h"
+#include "tools/cel/listed_sections.h"
+#include "tools/cel/positions.h"
+#include "tools/cel/text.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+#include <map>
+#include <memory>
+#include <optional>
+
+namespace cel::tool {
+
+namespace {
+
+struct SubtitleOptions
+{
+    std::string file;
+    std::string track;
+    std::string at;
+    std::vector<std::string> words; ///< what is looked for, or the lines of the text
+    std::string value;
+    std::string size;
+    std::string output;
+    bool force = false;
+    bool json = false;
+};
+
+/// The subtitle track that a command is about, in memory.
+class SubtitleWork
+{
+public:
+    explicit SubtitleWork(const SubtitleOptions& options)
+        : options_(options)
+        , opened_(openCut(options.file))
+    {
+        const std::size_t index = chosenTracks(opened_.cut, {options.track}).front();
+        name_ = nameOfTrack(opened_.cut, index);
+        if (kindOf(*opened_.cut.tracks[index]) != kSubtitleCookie)
+            throw Failure(kUsage, name_ + " is " +
+                                      describeKind(kindOf(*opened_.cut.tracks[index])) +
+                                      " and no subtitle track");
+        cel_ = opened_.cut.tracks[index];
+        track_ = SubtitleTrack::createFromCel(cel_);
+        subtitles_ = subtitlesOf(*cel_);
+    }
+
+    const Cut& cut() const { return opened_.cut; }
+    SubtitleTrack& track() { return track_; }
+    const std::vector<PlacedSubtitle>& subtitles() const { return subtitles_; }
+
+    /// Index of the subtitle that "#12" or a time names.
+    std::size_t indexAt(const std::string& at) const
+    {
+        if (at.starts_with('#'))
+            return indexOfNumber(at);
+        const double seconds = positionOf("AT", at, opened_.cut);
+        for (std::size_t i = 0; i < subtitles_.size(); ++i)
+            if (seconds >= subtitles_[i].start - kTimeEpsilon &&
+                seconds < subtitles_[i].end - kTimeEpsilon)
+                return i;
+        throw Failure(kUsage, "no subtitle of " + name_ + " is shown at " +
+                                  describePosition(opened_.cut, seconds));
+    }
+
+    /// "  #12  10:00:14:05  10:00:17:00  Two lines | of text\n"
+    std::string line(std::size_t index) const
+    {
+        const PlacedSubtitle& subtitle = subtitles_[index];
+        std::string text;
+        for (const std::string& words : subtitle.lines)
+            text += (text.empty() ? "" : " | ") + printable(words);
+        return "  " + padded("#" + std::to_string(index + 1), 6) + "  " +
+               recordTimecode(opened_.cut, subtitle.start) + "  " +
+               recordTimecode(opened_.cut, subtitle.end) + "  " + text + "\n";
+    }
+
+    Json json(std::size_t index) const
+    {
+        const PlacedSubtitle& subtitle = subtitles_[index];
+        Json json = Json::object();
+        json.set("number", index + 1)
+            .set("recordIn", recordTimecode(opened_.cut, subtitle.start))
+            .set("recordOut", recordTimecode(opened_.cut, subtitle.end))
+            .set("seconds", subtitle.start, subtitle.end)
+            .set("text", subtitle.text())
+            .set("style", subtitle.style);
+        return json;
+    }
+
+    /// Replaces what a subtitle shows, or in which style.
+    void set(std::size_t index, const std::vector<std::string>& lines, const std::string& style)
+    {
+        SubtitleTrack::Element element;
+        for (const std::string& line : lines)
+            element.lines.push_back(toWide(line));
+        element.style = style;
+        track_.setElement(subtitles_[index].id, element);
+        subtitles_[index].lines = lines;
+        subtitles_[index].style = style;
+    }
+
+    /// Saves the cut. @return "Saved cut.cel.\n".
+    std::string save()
+    {
+        const std::string& target = options_.output.empty() ? options_.file : options_.output;
+        if (!opened_.findings.empty() && samePath(target, options_.file))
+            throw Failure(kUnwritable, options_.file + ": the file is damaged and stays as it is; "
+                                                       "-o NEW writes what can be read of it");
+        if (!holdsEverything(samePath(target, options_.file) ? opened_.kind : kindOfName(target)))
+            throw Failure(kUsage, target + kWrongResult);
+        cel_->make_dirty();
+        saveCutBack(opened_, opened_.cut, options_.file, target,
+                    options_.force ? SaveGuard::force : SaveGuard::refuse);
+        return "Saved " + printable(target) + ".\n";
+    }
+
+private:
+    std::size_t indexOfNumber(const std::string& at) const
+    {
+        std::size_t number = 0;
+        const char* const last = at.data() + at.size();
+        const auto [end, fault] = std::from_chars(at.data() + 1, last, number);
+        if (fault != std::errc() || end != last || number == 0 || number > subtitles_.size())
+            throw Failure(kUsage,
+                          printable(at) + ": " + name_ + " has " +
+                              counted(static_cast<long long>(subtitles_.size()), "subtitle"));
+        return number - 1;
+    }
+
+    const SubtitleOptions& options_;
+    OpenedCut opened_;
+    Kt::Ptr<Cel> cel_;
+    std::string name_;
+    SubtitleTrack track_ = SubtitleTrack::createInvalid();
+    std::vector<PlacedSubtitle> subtitles_;
+};
+
+void print(const std::string& text)
+{
+    std::fputs(text.c_str(), stdout);
+}
+
+// ---- find -------------------------------------------------------------------------------------
+
+std::string joined(const std::vector<std::string>& words)
+{
+    std::string text;
+    for (const std::string& word : words)
+        text += (text.empty() ? "" : " ") + word;
+    return text;
+}
+
+std::vector<std::size_t> findAll(SubtitleWork& work, const std::string& text)
+{
+    std::vector<std::size_t> found;
+    std::size_t next = 0;
+    ce_handle from;
+    for (;;) {
+        const ce_handle hit = work.track().find(toWide(text), from, ce_handle());
+        if (!hit.valid())
+            return found;
+        while (work.subtitles()[next].event != hit.get_index())
+            ++next;
+        found.push_back(next);
+        from = hit.get_next_ceh(in_point);
+        if (!from.valid())
+            return found;
+    }
+}
+
+int runFind(const SubtitleOptions& options)
+{
+    SubtitleWork work(options);
+    const std::vector<std::size_t> found = findAll(work, joined(options.words));
+    if (options.json) {
+        Json list = Json::array();
+        for (const std::size_t index : found)
+            list.push(work.json(index));
+        print(list.text());
+        return kFine;
+    }
+    std::string text = counted(static_cast<long long>(found.size()), "subtitle") + " of " +
+                       std::to_string(work.subtitles().size()) + "\n";
+    for (const std::size_t index : found)
+        text += work.line(index);
+    print(text);
+    return kFine;
+}
+
+// ---- set --------------------------------------------------------------------------------------
+
+int runSet(const SubtitleOptions& options)
+{
+    SubtitleWork work(options);
+    const std::size_t index = work.indexAt(options.at);
+    std::vector<std::string> lines;
+    for (const std::string& word : options.words)
+        if (std::string line = asOneLine(word, kLongestCueText); !line.empty())
+            lines.push_back(std::move(line));
+    if (lines.empty())
+        throw Failure(kUsage, "a subtitle needs a text; cel edit removes it");
+    std::string report = "was\n" + work.line(index);
+    work.set(index, lines, work.subtitles()[index].style);
+    report += "is\n" + work.line(index);
+    report += work.save();
+    print(options.json ? work.json(index).text() : report);
+    return kFine;
+}
+
+// ---- styles -----------------------------------------------------------------------------------
+
+const char* describePlace(CuePlacement placement)
+{
+    constexpr const char* kPlaces[] = {"top left",  "middle left",  "bottom left",
+                                       "top",       "middle",       "bottom",
+                                       "top right", "middle right", "bottom right"};
+    return kPlaces[static_cast<std::size_t>(placement) - 1];
+}
+
+std::string describeStyle(const std::string& style)
+{
+    return style.empty() ? "(default)" : printable(style);
+}
+
+int listStyles(const SubtitleOptions& options)
+{
+    SubtitleWork work(options);
+    std::map<std::string, long long> uses;
+    for (const PlacedSubtitle& subtitle : work.subtitles())
+        ++uses[subtitle.style];
+    Json list = Json::array();
+    std::string text;
+    for (const auto& [style, count] : uses) {
+        const char* const place = describePlace(placementOfStyle(style));
+        Json json = Json::object();
+        json.set("style", style).set("place", place).set("subtitles", static_cast<int>(count));
+        list.push(std::move(json));
+        text += "  " + padded(describeStyle(style), 12) + "  " + padded(place, 12) + "  " +
+                counted(count, "subtitle") + "\n";
+    }
+    print(options.json ? list.text() : text);
+    return kFine;
+}
+
+/// Styles that can be given: those of the registry, and those of the places.
+void requireStyle(const std::string& style)
+{
+    std::string known;
+    for (const SubtitleStyle& candidate : SubtitleStyleManager::instance().getStyles()) {
+        if (candidate.id.view() == style)
+            return;
+        known += printable(candidate.id.view()) + ", ";
+    }
+    for (int place = 1; place <= 9; ++place) {
+        const auto position = static_cast<SubtitleStyle::ePosition>(place);
+        const LightweightString<char> id = SubtitleStyle::asString(position);
+        if (id.view() == style)
+            return;
+        known += std::string(id.view()) + (place < 9 ? ", " : "");
+    }
+    throw Failure(kUsage, "no style is called " + printable(style) + "; there are: " + known);
+}
+
+int runStyle(const SubtitleOptions& options)
+{
+    if (options.at.empty())
+        return listStyles(options);
+    if (options.value.empty())
+        throw Failure(kUsage, "STYLE is missing: cel subtitles style FILE.cel TRACK AT STYLE");
+    requireStyle(options.value);
+    SubtitleWork work(options);
+    const bool all = options.at == "all";
+    const std::size_t first = all ? 0 : work.indexAt(options.at);
+    const std::size_t last = all ? work.subtitles().size() : first + 1;
+    for (std::size_t i = first; i < last; ++i)
+        work.set(i, work.subtitles()[i].lines, options.value);
+    print(counted(static_cast<long long>(last - first), "subtitle") + " in style " +
+          printable(options.value) + "\n" + work.save());
+    return kFine;
+}
+
+// ---- font -------------------------------------------------------------------------------------
+
+std::string describeFont(const FontDefinition& font)
+{
+    return printable(toUtf8(font.faceName.view())) + ", size " + number(double{font.size}) + "\n";
+}
+
+float sizeOf(const std::string& text)
+{
+    float size = 0.0F;
+    const auto [end, fault] = std::from_chars(text.data(), text.data() + text.size(), size);
+    constexpr float kLargest = 100.0F;
+    if (fault != std::errc() || end != text.data() + text.size() || !(size > 0.0F) ||
+        size > kLargest)
+        throw Failure(kUsage, "--size " + printable(text) + " is no number from 0 to 100");
+    return size;
+}
+
+int runFont(const SubtitleOptions& options)
+{
+    SubtitleWork work(options);
+    FontDefinition font = work.track().getFont();
+    if (options.value.empty() && options.size.empty()) {
+        print(describeFont(font));
+        return kFine;
+    }
+    if (!options.value.empty())
+        font.faceName = toWide(asOneLine(options.value, kLongestTextLine));
+    if (!options.size.empty())
+        font.size = sizeOf(options.size);
+    work.track().setFont(font);
+    print(describeFont(font) + work.save());
+    return kFine;
+}
+
+// ---- the command line -------------------------------------------------------------------------
+
+using Options = std::shared_ptr<SubtitleOptions>;
+
+void describeTrack(Command& command, const Options& options)
+{
+    command.argument("FILE.cel", options->file, "The cut");
+    command.argument("TRACK", options->track, "Name of the subtitle track: S1");
+}
+
+void describeSaving(Command& command, const Options& options)
+{
+    command.option("-o,--output", options->output,
+                   "Save as this .cel or .celdb file; without it in place");
+    command.flag("--force", options->force, "Write tracks that the form would damage");
+}
+
+constexpr const char* kFamily = "What to do";
+constexpr const char* kPlaceHelp = "Which one: its number (#12), or a time at which it is shown";
+
+void addFind(Command& above, const Options& options, int& exitCode)
+{
+    Command command(above, "find",
+                    "Lists the subtitles in which words stand; letters match in all "
+                    "cases",
+                    kFamily, "cel subtitles find FILE.cel TRACK TEXT");
+    describeTrack(command, options);
+    command.arguments("TEXT", options->words, "What to look for within a line", true);
+    command.flag("--json", options->json, "Print them as JSON");
+    command.footer("Example:\n  cel subtitles find cut.cel S1 the tide");
+    command.runs([options] { return runFind(*options); }, exitCode);
+}
+
+void addSet(Command& above, const Options& options, int& exitCode)
+{
+    Command command(above, "set", "Replaces the text of a subtitle", kFamily,
+                    "cel subtitles set FILE.cel TRACK AT LINE [LINE...] [OPTIONS]");
+    describeTrack(command, options);
+    command.argument("AT", options->at, kPlaceHelp);
+    command.arguments("LINE", options->words, "The text, an argument for each line", true);
+    describeSaving(command, options);
+    command.flag("--json", options->json, "Print the subtitle as JSON");
+    command.footer("Example:\n  cel subtitles set cut.cel S1 '#3' \"He said that a knot\" "
+                   "\"is a promise.\"");
+    command.runs([options] { return runSet(*options); }, exitCode);
+}
+
+void addStyle(Command& above, const Options& options, int& exitCode)
+{
+    Command command(above, "style", "Lists the styles in use, or gives a subtitle one", kFamily,
+                    "cel subtitles style FILE.cel TRACK [AT|all STYLE] [OPTIONS]");
+    describeTrack(command, options);
+    command.argument("AT", options->at, std::string(kPlaceHelp) + "; all for all", false);
+    command.argument("STYLE", options->value,
+                     "A style of the registry, or a place: LT L RT, LM C RM, LB B RB", false);
+    describeSaving(command, options);
+    command.flag("--json", options->json, "Print the list as JSON");
+    command.footer("Example:\n  cel subtitles style cut.cel S1 10:00:14:05 L");
+    command.runs([options] { return runStyle(*options); }, exitCode);
+}
+
+void addFont(Command& above, const Options& options, int& exitCode)
+{
+    Command command(above, "font", "Shows the font of the track, or sets it", kFamily,
+                    "cel subtitles font FILE.cel TRACK [FACE] [--size SIZE] [OPTIONS]");
+    describeTrack(command, options);
+    command.argument("FACE", options->value, "Name of the face", false);
+    command.option("--size", options->size, "Height; 1 is normal");
+    describeSaving(command, options);
+    command.footer("Example:\n  cel subtitles font cut.cel S1 \"DejaVu Sans\" --size 1.2");
+    command.runs([options] { return runFont(*options); }, exitCode);
+}
+
+} // namespace
+
+void addSubtitlesCommand(CLI::App& program, int& exitCode)
+{
+    auto options = std::make_shared<SubtitleOptions>();
+    Command command(program, "subtitles", "Finds subtitles and changes their text, style and font");
+    command.otherwise(
+        [] { throw Failure(kUsage, "say what to do: cel subtitles find, set, style or font"); });
+    addFind(command, options, exitCode);
+    addSet(command, options, exitCode);
+    addStyle(command, options, exitCode);
+    addFont(command, options, exitCode);
+    command.footer("Subtitles come in with cel import --into and leave with cel export; cel edit "
+                   "moves and removes them\nwith the picture.");
+}
+
+} // namespace cel::tool
