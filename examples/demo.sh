@@ -10,7 +10,7 @@ examples=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 export CEL_CONFIG_DIR=$work/settings
-cp "$examples/harbour.edl" "$work"
+cp "$examples/harbour.edl" "$examples/harbour.srt" "$work"
 cd "$work"
 
 chapter=0
@@ -84,6 +84,17 @@ if "$cel" edit scene4.cel V1,V2 remove 10:02:20:00 10:02:22:00 2>&1; then
 fi
 printf '\n'
 same scene4.cel before.cel 'the cut before and after the refused edit, on both tracks'
+
+say 'Subtitles arrive beside the cut. Then a shot goes, from picture, sound and subtitles at once.'
+cp scene4.cel spoken.cel
+run import harbour.srt --into spoken.cel
+run edit spoken.cel V1,V2,A1,A2,S1 remove 10:00:14:16 10:00:22:01 -o cutdown.cel
+run show cutdown.cel V1 S1 --from 10:00:10:00 --to 10:00:30:00
+run export cutdown.cel S1 cutdown.srt
+"$cel" import harbour.srt moved.cel --into scene4.cel --offset -00:00:07:10 >moved.log
+"$cel" export moved.cel S1 moved.srt >moved.log
+for list in cutdown moved; do grep -v '^[0-9]*$' "$list.srt" | tail -n 48 >"$list.txt"; done
+same cutdown.txt moved.txt 'times and texts of the last subtitles, and those of the file moved by the length of the shot'
 
 say 'It was saved. Now it is read back and saved once more: the two files must not differ in a bit.'
 run export scene4.cel readback.cel
