@@ -85,12 +85,17 @@ EditedTrack Edit::editTrack(std::size_t index, std::optional<MaterialStretch> ma
     edited.markBefore = edit.markBefore();
     edited.markAfter = edit.markAfter();
     edited.before = before;
+    edited.levelsBefore = levelsOf(opened_.cut, *before);
+    edited.levelsAfter = edit.produced() ? edit.producedLevels() : edit.envelope().levels();
+    if (!edit.produced() && edited.levelsAfter.valid())
+        setLevels(cut_, *cut_.tracks[index], edited.levelsAfter);
     for (const auto& [place, object] : cut_.objects.names())
-        edited.attached +=
-            place.owner == before->editChannelId() && before->editChannelId().valid();
+        edited.attached += place.owner == before->editChannelId() &&
+                           before->editChannelId().valid() &&
+                           !(place.role == kLevelsRole && edited.levelsBefore.valid());
     edited.after = edit.produced() ? edit.produced() : cut_.tracks[index];
     edited.taken = static_cast<bool>(edit.produced());
-    edited.changed = !sameEvents(*before, *cut_.tracks[index]);
+    edited.changed = !sameEvents(*before, *cut_.tracks[index]) || levelsChanged(edited);
     checkOutcome(edited);
     return edited;
 }
@@ -135,6 +140,8 @@ void Edit::placeProduced()
         const Kt::Ptr<Cel> added = cut_.addTrack(kindOf(*tracks_[i].before));
         made->editChannelInfo(names[i], added->editChannelId(), added->editChannelSubType(), {});
         cut_.tracks.back() = made;
+        if (tracks_[i].levelsAfter.valid())
+            setLevels(cut_, *made, tracks_[i].levelsAfter);
     }
 }
 
@@ -170,6 +177,9 @@ Cut Edit::result() const
         adoptNamedMaterial(*track, cut_.materials, taken.materials, printable(request_.file));
         track->slide(-first);
         taken.tracks.push_back(track);
+        EnvelopeEdit levels(edited.levelsAfter.clone(), flatLevels(*track));
+        levels.move(-first);
+        setLevels(taken, *track, levels.levels());
     }
     return taken;
 }

@@ -14,16 +14,29 @@ namespace cel::tool {
 
 namespace {
 
+/// Opens the envelope for the material's levels, as the track is opened for the material.
+void insertLevels(TrackEdit& edit, double at)
+{
+    const MaterialStretch& material = edit.material();
+    if (material.track)
+        edit.envelope().insert(material.levels, material.stretch(), at);
+    else
+        edit.envelope().insertBlack(at, material.length());
+}
+
 std::string insert(TrackEdit& edit)
 {
     const double at = edit.place(0, edit.start(), kLongestCut);
     const MaterialStretch& material = edit.material();
+    if (at > edit.end())
+        edit.envelope().insertBlack(edit.end(), at - edit.end());
     if (edit.track().numEvents() == 0) {
         edit.become(*edit.materialAt(at));
         edit.fillWithBlack(0.0, 0.0, {});
     } else {
         edit.track().insert(material.track.get(), material.range, at, {});
     }
+    insertLevels(edit, at);
     edit.mark({at, at}, {at, at + material.length()});
     return "inserted " + material.text + " at " + edit.at(at) + ", " +
            edit.lasting(material.length());
@@ -36,6 +49,10 @@ std::string replace(TrackEdit& edit)
     if (edit.track().numEvents() == 0)
         edit.refuse("there is nothing to replace");
     edit.track().replace(material.track.get(), material.range, at, {}, Editable::kReplacePlain);
+    if (material.track)
+        edit.envelope().replace(material.levels, material.stretch(), at);
+    else
+        edit.envelope().replaceByBlack(at, material.length());
     edit.mark({at, at + material.length()}, {at, at + material.length()});
     return "replaced " + edit.from({at, at + material.length()}) + " by " + material.text;
 }
@@ -45,6 +62,7 @@ std::string append(TrackEdit& edit)
     const double at = edit.end();
     const MaterialStretch& material = edit.material();
     edit.become(*edit.track().appendCel(edit.materialAt(at)));
+    insertLevels(edit, at);
     edit.mark({at, at}, {at, at + material.length()});
     return "appended " + material.text + " at " + edit.at(at) + ", " +
            edit.lasting(material.length());
@@ -60,6 +78,9 @@ std::string weld(TrackEdit& edit)
     const Kt::Ptr<Cel> behind = edit.materialAt(start);
     edit.track().weld(behind.get(), pause);
     edit.fillWithBlack(start, end, {end, end + pause});
+    if (pause > 0.0)
+        edit.envelope().insertBlack(end, pause);
+    insertLevels(edit, end + pause);
     edit.mark({end, end}, {end + pause, end + pause + material.length()});
     return "welded " + material.text + " at " + edit.at(end + pause) + ", " +
            edit.lasting(material.length()) +
@@ -181,6 +202,10 @@ std::string overlay(TrackEdit& edit)
         edit.refuse("the two tracks cannot be merged");
     edit.become(*merged);
     edit.fillWithBlack(start, end, holes);
+    const double shift = material.range.start() - at;
+    for (const TimeRange& section : materialOf(*above))
+        edit.envelope().replace(material.levels, {section.from + shift, section.to + shift},
+                                section.from);
     edit.mark(placed, placed);
     return "laid " + material.text + " over the black from " + edit.from(placed);
 }

@@ -32,6 +32,7 @@ std::string remove(TrackEdit& edit)
 {
     const Cel::Range range = edit.stretch(0);
     edit.track().remove(range);
+    edit.envelope().remove(rangeOf(range));
     edit.mark(rangeOf(range), {range.start(), range.start()});
     return "removed " + edit.from(rangeOf(range)) + ", " + edit.lasting(range.length());
 }
@@ -39,7 +40,8 @@ std::string remove(TrackEdit& edit)
 std::string extract(TrackEdit& edit)
 {
     const Cel::Range range = edit.stretch(0);
-    edit.produce(stretchOf(Kt::Ptr<Cel>(&edit.track()), range));
+    edit.produce(stretchOf(Kt::Ptr<Cel>(&edit.track()), range),
+                 edit.envelope().taken(rangeOf(range), range.start()));
     edit.mark(rangeOf(range), rangeOf(range));
     return "extracted " + edit.from(rangeOf(range)) + ", " + edit.lasting(range.length());
 }
@@ -68,6 +70,7 @@ std::string rescale(TrackEdit& edit)
         edit.become(*scaled);
     else
         edit.track().insert(scaled.get(), {start, scaled->get_end_time()}, range.start(), {});
+    edit.envelope().rescale(rangeOf(range), lasts, backwards);
     edit.mark(rangeOf(range), {range.start(), range.start() + lasts});
     return "rescaled " + edit.from(rangeOf(range)) + " from " + edit.lasting(range.length()) +
            " to " + edit.lasting(lasts) + (backwards ? ", backwards" : "");

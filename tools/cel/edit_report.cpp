@@ -1,5 +1,6 @@
 #include "tools/cel/edit_report.h"
 
+#include "tools/cel/envelope_edit.h"
 #include "tools/cel/positions.h"
 #include "tools/cel/text.h"
 #include "tools/cel/timeline_drawing.h"
@@ -32,12 +33,15 @@ TimeRange neighbourhood(const std::vector<EditedTrack>& tracks)
 
 /// One of the two pictures: the cut with these tracks in the place of its own.
 std::string drawState(Cut cut, const std::vector<EditedTrack>& tracks,
-                      Kt::Ptr<Cel> EditedTrack::*state, TimeRange EditedTrack::*mark,
-                      const TimeRange& stretch, const Terminal& terminal)
+                      Kt::Ptr<Cel> EditedTrack::*state, AudLevelsCel EditedTrack::*levels,
+                      TimeRange EditedTrack::*mark, const TimeRange& stretch,
+                      const Terminal& terminal)
 {
     std::vector<TimeRange> marks;
     for (const EditedTrack& track : tracks) {
         cut.tracks[track.index] = track.*state;
+        if ((track.*levels).valid())
+            setLevels(cut, *cut.tracks[track.index], track.*levels);
         marks.push_back(track.*mark);
     }
     std::vector<std::size_t> order = tracksFromTop(cut);
@@ -64,6 +68,19 @@ std::string changeOf(const std::string& before, const std::string& after)
     return before == after ? before : before + ", now " + after;
 }
 
+std::string nodeCount(const AudLevelsCel& levels)
+{
+    return counted(static_cast<long long>(levels.snapshot().size()), "node");
+}
+
+std::string describeLevels(const EditedTrack& track)
+{
+    if (!track.levelsBefore.valid())
+        return "it has a level envelope now, " + nodeCount(track.levelsAfter);
+    return "its level envelope went along, " +
+           changeOf(nodeCount(track.levelsBefore), nodeCount(track.levelsAfter));
+}
+
 Json stateAsJson(const Cel& track)
 {
     Json json = Json::object();
@@ -81,15 +98,21 @@ bool sameEvents(const Cel& a, const Cel& b)
            (first.empty() || std::memcmp(first.data(), second.data(), first.size()) == 0);
 }
 
+bool levelsChanged(const EditedTrack& track)
+{
+    return !track.taken && !sameNodes(track.levelsBefore.snapshot(), track.levelsAfter.snapshot());
+}
+
 std::string drawEdit(const Cut& cut, const std::vector<EditedTrack>& tracks,
                      const Terminal& terminal)
 {
     const TimeRange stretch = neighbourhood(tracks);
     return "before\n" +
-           drawState(cut, tracks, &EditedTrack::before, &EditedTrack::markBefore, stretch,
-                     terminal) +
+           drawState(cut, tracks, &EditedTrack::before, &EditedTrack::levelsBefore,
+                     &EditedTrack::markBefore, stretch, terminal) +
            "after\n" +
-           drawState(cut, tracks, &EditedTrack::after, &EditedTrack::markAfter, stretch, terminal);
+           drawState(cut, tracks, &EditedTrack::after, &EditedTrack::levelsAfter,
+                     &EditedTrack::markAfter, stretch, terminal);
 }
 
 std::string describeEdit(const Cut& cut, const std::vector<EditedTrack>& tracks)
@@ -109,6 +132,8 @@ std::string describeEdit(const Cut& cut, const std::vector<EditedTrack>& tracks)
                 changeOf(describeDuration(cut, lengthOf(*track.before)),
                          describeDuration(cut, lengthOf(*track.after))) +
                 "; " + changeOf(count(*track.before), count(*track.after)) + "\n";
+        if (levelsChanged(track))
+            text += std::string(6, ' ') + describeLevels(track) + "\n";
         if (track.attached > 0 && track.changed)
             text += std::string(6, ' ') +
                     "what belongs to it besides its sections stays as it was, " +
@@ -129,6 +154,7 @@ Json editAsJson(const Cut& cut, const std::vector<EditedTrack>& tracks)
         json.set("track", nameOfTrack(cut, track.index))
             .set("done", track.done)
             .set("changed", track.changed)
+            .set("levelsChanged", levelsChanged(track))
             .set("attachedObjects", track.attached)
             .set("newlyOffFrames", track.newlyOffFrames)
             .set("before", stateAsJson(*track.before))

@@ -22,6 +22,8 @@ std::string trimEnds(TrackEdit& edit, trim_type type, const char* what)
     const double length = lengthOfSection(section);
     const double by = edit.length(2, edit.frame() - length, kLongestCut);
     edit.track().trim(section, by, type);
+    edit.envelope().lengthen({in, in + length}, by,
+                             type == trim_end ? EnvelopeEdit::End::tail : EnvelopeEdit::End::head);
     edit.mark({in, in + length}, {in, in + length + by});
     return std::string("trimmed the ") + what + " of the section from " +
            edit.from({in, in + length}) + " by " + edit.lasting(by);
@@ -64,6 +66,10 @@ std::string trimBlack(TrackEdit& edit, trim_type type)
         section.set_strip_time(strip + speed * applied);
     edit.track().deselect_all_trims();
     edit.fillWithBlack(start, rolls ? end : 0.0, {in + applied, in + applied});
+    if (!rolls && applied < 0.0)
+        edit.envelope().remove({in + applied, in});
+    else if (!rolls)
+        edit.envelope().insertBlack(in, applied);
     edit.mark({in, in}, applied < 0.0 ? TimeRange{in + applied, in} : TimeRange{in, in + applied});
     const std::string amount = edit.lasting(applied);
     return rolls ? "moved the head of the section at " + edit.at(in) + " by " + amount +

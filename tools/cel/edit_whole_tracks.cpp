@@ -23,6 +23,7 @@ std::string slide(TrackEdit& edit)
     const TimeRange before = {edit.start(), edit.end()};
     const double by = edit.length(0, -edit.start(), kLongestCut);
     edit.track().slide(by);
+    edit.envelope().move(by);
     markAll(edit, before);
     return "moved by " + edit.lasting(by);
 }
@@ -36,6 +37,7 @@ std::string reverse(TrackEdit& edit)
         if (ChannelEvent& event = *track.getChanEventPtr(i); !event.strip_name().isBlack())
             event.velocity(kUnsetVelocity);
     edit.become(*track.reverse());
+    edit.envelope().mirror(edit.start(), edit.end());
     markAll(edit, {edit.start(), edit.end()});
     return "turned to play backwards, " + edit.lasting(edit.end() - edit.start());
 }
@@ -93,10 +95,12 @@ std::string black(TrackEdit& edit)
     if (length > 0.0 && (ends & Cel::kBlackAtEnd)) {
         ce_handle section = edit.track().get_end_ceh();
         edit.track().trim(section, length, trim_end);
+        edit.envelope().insertBlack(before.to, length);
     }
     if (length > 0.0 && (ends & Cel::kBlackAtStart)) {
         ce_handle section = edit.track().get_start_ceh();
         edit.track().trim(section, length, trim_end);
+        edit.envelope().insertBlack(before.from, length);
     }
     markAll(edit, before);
     return (length > 0.0 ? "put black of " + edit.lasting(length) : "put a mark of black") +

@@ -11,22 +11,25 @@ namespace {
 using Store = AudLevelsCel::Store;
 using Node = Store::Node;
 
-constexpr double kQuantaPerFrame = 4.0;
-
 AudLevelsCel::Range rangeOf(const TimeRange& range)
 {
     return {range.from, range.to};
 }
 
-/// Gives every node the time and type that `change` answers; nodes keep their order in time.
+enum class Order { kept, turned };
+
+/// Gives every node the time and type that `change` answers. Of nodes that come to lie at one time
+/// the order is kept or turned.
 template <class Change>
-void rewrite(AudLevelsCel& levels, const Change& change)
+void rewrite(AudLevelsCel& levels, Order order, const Change& change)
 {
     Store& store = levels.getNodeStore();
     std::vector<Node> nodes;
     nodes.reserve(store.size());
     for (const Node& node : store.nodes())
         nodes.push_back(change(node));
+    if (order == Order::turned)
+        std::reverse(nodes.begin(), nodes.end());
     std::stable_sort(nodes.begin(), nodes.end(),
                      [](const Node& a, const Node& b) { return a.getRawTime() < b.getRawTime(); });
     store.splice(0, store.size(), nodes, 0.0);
@@ -45,22 +48,29 @@ double placeOf(const Node& node, double quantum)
 
 } // namespace
 
+double EnvelopeEdit::quantum() const
+{
+    constexpr double kQuantaPerFrame = 4.0;
+    return levels_.getResolution() / kQuantaPerFrame;
+}
+
 void EnvelopeEdit::requireOne()
 {
     if (!levels_.valid())
         levels_ = flat_.clone();
 }
 
-AudLevelsCel EnvelopeEdit::constant(float level) const
+AudLevelsCel EnvelopeEdit::constant(float level, bool black) const
 {
     AudLevelsCel source(flat_.getResolution());
-    source.insertNode({0.0, level, Store::kOrdinary, false});
+    source.insertNode({0.0, level, Store::kOrdinary, black});
     return source;
 }
 
 void EnvelopeEdit::remove(const TimeRange& range)
 {
     levels_.remove(rangeOf(range));
+    mergeCoincident(levels_);
 }
 
 void EnvelopeEdit::insert(const AudLevelsCel& source, const TimeRange& range, double at)
@@ -74,7 +84,10 @@ void EnvelopeEdit::insert(const AudLevelsCel& source, const TimeRange& range, do
 
 void EnvelopeEdit::insertBlack(double at, double length)
 {
+    if (!(length > 0.0))
+        return;
     levels_.insert(AudLevelsCel::createInvalid(), {0.0, length}, at, {});
+    mergeCoincident(levels_);
 }
 
 void EnvelopeEdit::replace(const AudLevelsCel& source, const TimeRange& range, double at)
@@ -89,25 +102,32 @@ void EnvelopeEdit::replace(const AudLevelsCel& source, const TimeRange& range, d
 void EnvelopeEdit::replaceByBlack(double at, double length)
 {
     levels_.replace(AudLevelsCel::createInvalid(), {0.0, length}, at, {}, Editable::kReplacePlain);
+    mergeCoincident(levels_);
 }
 
-void EnvelopeEdit::lengthen(double at, double by)
+void EnvelopeEdit::lengthen(const TimeRange& section, double by, End end)
 {
+    const double at = end == End::tail ? section.to : section.from;
     if (by < 0.0)
-        return remove({at + by, at});
-    levels_.insert(constant(levels_.levelAt(at)), {0.0, by}, at, {});
+        return remove(end == End::tail ? TimeRange{at + by, at} : TimeRange{at, at - by});
+    if (!(by > 0.0))
+        return;
+    // At the cut itself the section behind it is heard already.
+    const double inside = end == End::tail ? at - quantum() : at;
+    const bool black = levels_.getNodeStore().isInAudioBlackAtTime(inside);
+    levels_.insert(constant(levels_.levelAt(inside), black), {0.0, by}, at, {});
     mergeCoincident(levels_);
 }
 
 void EnvelopeEdit::move(double by)
 {
-    rewrite(levels_, [by](const Node& node) { return moved(node, node.getRawTime() + by); });
+    rewrite(levels_, Order::kept,
+            [by](const Node& node) { return moved(node, node.getRawTime() + by); });
 }
 
 void EnvelopeEdit::mirror(double start, double end)
 {
-    const double quantum = levels_.getResolution() / kQuantaPerFrame;
-    rewrite(levels_, [&](const Node& node) {
+    rewrite(levels_, Order::turned, [&, quantum = quantum()](const Node& node) {
         const double place = start + end - placeOf(node, quantum);
         if (node.isStartGuard())
             return Node(place - quantum, node.getLevel(), Store::kEndGuard, node.isInAudioBlack());
@@ -123,8 +143,7 @@ void EnvelopeEdit::rescale(const TimeRange& range, double length, bool backwards
         return;
     EnvelopeEdit piece(taken(range, 0.0), flat_);
     const double factor = length / (range.to - range.from);
-    const double quantum = levels_.getResolution() / kQuantaPerFrame;
-    rewrite(piece.levels_, [&](const Node& node) {
+    rewrite(piece.levels_, Order::kept, [&, quantum = quantum()](const Node& node) {
         const double cut = placeOf(node, quantum) * factor;
         return moved(node, node.isEndGuard() ? cut - quantum : cut);
     });
@@ -154,7 +173,17 @@ void EnvelopeEdit::draw(double at, float level)
 void EnvelopeEdit::hold(const TimeRange& range, float level)
 {
     requireOne();
-    replace(constant(level), {0.0, range.to - range.from}, range.from);
+    replace(constant(level, false), {0.0, range.to - range.from}, range.from);
+}
+
+bool sameNodes(const Store& a, const Store& b)
+{
+    const auto same = [](const Node& one, const Node& other) {
+        return one.getRawTime() == other.getRawTime() && one.getLevel() == other.getLevel() &&
+               one.getNodeType() == other.getNodeType() &&
+               one.isInAudioBlack() == other.isInAudioBlack();
+    };
+    return std::equal(a.nodes().begin(), a.nodes().end(), b.nodes().begin(), b.nodes().end(), same);
 }
 
 void mergeCoincident(AudLevelsCel levels)
@@ -166,7 +195,8 @@ void mergeCoincident(AudLevelsCel levels)
     store.eraseEach([&](std::size_t i) {
         const auto nodes = store.nodes();
         return i + 1 < nodes.size() && sameTime(nodes[i], nodes[i + 1]) &&
-               nodes[i].getLevel() == nodes[i + 1].getLevel();
+               nodes[i].getLevel() == nodes[i + 1].getLevel() &&
+               (nodes[i + 1].isGuardNode() || !nodes[i].isGuardNode());
     });
 }
 

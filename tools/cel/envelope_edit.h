@@ -33,9 +33,11 @@ public:
     void replace(const AudLevelsCel& source, const TimeRange& range, double at);
     void replaceByBlack(double at, double length);
 
-    /// Opens a gap over which the level holds that stands there, or closes one of that length in
-    /// front of it when it is negative.
-    void lengthen(double at, double by);
+    enum class End { head, tail };
+
+    /// Makes the stretch of a section longer at an end, over which the level holds that the section
+    /// has there, or shorter when `by` is negative; what follows moves.
+    void lengthen(const TimeRange& section, double by, End end);
 
     /// Moves all nodes.
     void move(double by);
@@ -58,15 +60,20 @@ public:
 private:
     void requireOne();
 
+    double quantum() const;
+
     /// An envelope of one level everywhere.
-    AudLevelsCel constant(float level) const;
+    AudLevelsCel constant(float level, bool black) const;
 
     AudLevelsCel levels_;
     AudLevelsCel flat_;
 };
 
-/// Takes out nodes behind which another one at the same time has the same level: a stream keeps the
-/// first of them only, which need not be the guard.
+/// Whether two envelopes have the same nodes.
+bool sameNodes(const AudLevelsCel::Store& a, const AudLevelsCel::Store& b);
+
+/// Takes out nodes behind which another one at the same time has the same level, unless only the
+/// first is a guard: a stream keeps the first of them alone, and that is to be the guard.
 void mergeCoincident(AudLevelsCel levels);
 
 } // namespace cel::tool

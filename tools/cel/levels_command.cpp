@@ -153,15 +153,7 @@ public:
 
     std::size_t nodesBefore() const { return before_.size(); }
     std::size_t nodesAfter() const { return after_.size(); }
-    bool changed() const
-    {
-        const auto same = [](const auto& a, const auto& b) {
-            return a.getRawTime() == b.getRawTime() && a.getLevel() == b.getLevel() &&
-                   a.getNodeType() == b.getNodeType() && a.isInAudioBlack() == b.isInAudioBlack();
-        };
-        return !std::equal(before_.nodes().begin(), before_.nodes().end(), after_.nodes().begin(),
-                           after_.nodes().end(), same);
-    }
+    bool changed() const { return !sameNodes(before_, after_); }
 
     std::string target() const { return request_.output.empty() ? request_.file : request_.output; }
 
@@ -192,7 +184,8 @@ private:
         before_ = envelope.levels().snapshot();
         done_ = operation.run(edit, envelope, request_.options, thinning_);
         after_ = envelope.levels().snapshot();
-        setLevels(cut_, *cut_.tracks[track_], envelope.levels());
+        if (envelope.levels().valid())
+            setLevels(cut_, *cut_.tracks[track_], envelope.levels());
     }
 
     const LevelsRequest& request_;
@@ -210,8 +203,8 @@ void save(const LevelsEdit& edit, const LevelsRequest& request)
     if (!edit.opened().findings.empty() && samePath(edit.target(), request.file))
         throw Failure(kUnwritable, request.file + ": the file is damaged and stays as it is; -o "
                                                   "NEW writes what can be read of it, edited");
-    WrittenCut written = writeAs(FileKind::stream, edit.cut());
-    saveWritten(written, edit.target(), request.force ? SaveGuard::force : SaveGuard::refuse);
+    saveCutBack(edit.opened(), edit.cut(), request.file, edit.target(),
+                request.force ? SaveGuard::force : SaveGuard::refuse);
 }
 
 std::string describeThinning(const Cut& cut, const Thinning& thinning)

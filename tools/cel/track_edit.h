@@ -37,6 +37,7 @@ struct MaterialStretch
     AudLevelsCel levels = AudLevelsCel::createInvalid(); ///< the track's level envelope
 
     double length() const { return range.length(); }
+    TimeRange stretch() const { return {range.start(), range.end()}; }
 
     /// A track of its own with nothing but the stretch, beginning at an edit time; events of
     /// another frame rate come to lie on the frames of `frame` seconds.
@@ -109,9 +110,14 @@ public:
     /// The level envelope of the track, which the library leaves alone when the track is edited.
     EnvelopeEdit& envelope() { return envelope_; }
 
-    /// The result is a track of its own.
-    void produce(const Kt::Ptr<Cel>& made) { produced_ = made; }
+    /// The result is a track of its own, with its level envelope.
+    void produce(const Kt::Ptr<Cel>& made, const AudLevelsCel& levels)
+    {
+        produced_ = made;
+        producedLevels_ = levels;
+    }
     const Kt::Ptr<Cel>& produced() const { return produced_; }
+    const AudLevelsCel& producedLevels() const { return producedLevels_; }
 
     /// Where the edit was, on the track as it was and as it is.
     void mark(const TimeRange& before, const TimeRange& after);
@@ -143,6 +149,7 @@ private:
     EnvelopeEdit envelope_;
     Kt::Ptr<Cel> laid_; ///< what `materialAt` gave last
     Kt::Ptr<Cel> produced_;
+    AudLevelsCel producedLevels_ = AudLevelsCel::createInvalid();
     TimeRange markBefore_;
     TimeRange markAfter_;
 };
