@@ -2,11 +2,15 @@
 
 #include "cel/plays_same.h"
 #include "interchange/Cut.h"
+#include "tracks/level_accuracy.h"
 
 #include <string>
 #include <vector>
 
 namespace cel::tool {
+
+/// Levels that are no farther apart count as the same: what rounding leaves is far below.
+constexpr double kSameDecibels = 0.001;
 
 /// How a track of one cut plays against the track of the same name in another.
 struct TrackComparison
@@ -14,8 +18,13 @@ struct TrackComparison
     std::string name;
     enum { inBoth, onlyInFirst, onlyInSecond } where = inBoth;
     std::vector<DifferingStretch> stretches;
+    LevelError levels;             ///< where the level envelopes differ most
+    double levelsDifferFrom = 0.0; ///< and where they begin to
 
-    bool playsSame() const { return where == inBoth && stretches.empty(); }
+    bool playsSame() const
+    {
+        return where == inBoth && stretches.empty() && !(levels.decibels > kSameDecibels);
+    }
 };
 
 /// Two cuts compared, track by track.

@@ -4,6 +4,8 @@
 #include "tools/cel/cut_differences.h"
 #include "tools/cel/cut_files.h"
 #include "tools/cel/json.h"
+#include "tools/cel/level_values.h"
+#include "tools/cel/levels_show.h"
 #include "tools/cel/listed_sections.h"
 #include "tools/cel/losses.h"
 #include "tools/cel/positions.h"
@@ -62,7 +64,7 @@ std::string describeTrack(const DiffOptions& options, const Cut& cut,
                printable(track.where == TrackComparison::onlyInFirst ? options.first
                                                                      : options.second) +
                "\n";
-    if (track.stretches.empty())
+    if (track.playsSame())
         return name + "plays the same\n";
     constexpr std::size_t kShown = 20;
     std::string text;
@@ -71,6 +73,11 @@ std::string describeTrack(const DiffOptions& options, const Cut& cut,
     if (track.stretches.size() > kShown)
         text += name + "and " + std::to_string(track.stretches.size() - kShown) +
                 " more (--json lists all)\n";
+    if (track.levels.decibels > kSameDecibels)
+        text += name + describePosition(cut, track.levelsDifferFrom) +
+                ": level envelopes differ from here on, most by " +
+                describeDecibels(track.levels.decibels) + " at " +
+                describePosition(cut, track.levels.time) + "\n";
     return text;
 }
 
@@ -129,6 +136,13 @@ Json comparisonAsJson(const DiffOptions& options, const Cut& cut, const CutCompa
         json.set("track", track.name)
             .set("in", kWhere[track.where])
             .set("differences", std::move(stretches));
+        if (track.levels.decibels > kSameDecibels) {
+            Json levels = Json::object();
+            levels.set("from", recordTimecode(cut, track.levelsDifferFrom))
+                .set("seconds", track.levelsDifferFrom)
+                .set("worst", errorAsJson(cut, track.levels));
+            json.set("levels", std::move(levels));
+        }
         tracks.push(std::move(json));
     }
     Json json = Json::object();
