@@ -38,6 +38,8 @@ Json findingAsJson(const Cut& cut, const CutFinding& finding)
         json.set("byte", *finding.offset);
     if (finding.trackNumber > 0)
         json.set("track", finding.track);
+    if (!finding.place.empty())
+        json.set("place", finding.place);
     if (finding.index >= 0)
         json.set("event", finding.index)
             .set("seconds", finding.time)
@@ -49,6 +51,8 @@ std::string describePlace(const Cut& cut, const CutFinding& finding)
 {
     if (finding.offset)
         return "byte " + std::to_string(*finding.offset);
+    if (!finding.place.empty())
+        return finding.place;
     if (finding.index < 0)
         return finding.trackNumber == 0 ? "the whole file" : "the whole track";
     std::string place = "event " + std::to_string(finding.index);
@@ -226,6 +230,10 @@ std::string listOfInvariants()
         text += "  " + padded(invariant.name, 16) + "  " + invariant.demand + "\n";
     return text + "and of the cut:\n"
                   "  file              No layer of the file is damaged or unknown.\n"
+                  "  level-time        Nodes of a level envelope lie at times of their own.\n"
+                  "  level-type        Every node is an ordinary one or a guard of the two kinds.\n"
+                  "  level-value       Every node has a level of 0 or more.\n"
+                  "  levels-kind       Level envelopes belong to tracks of sound.\n"
                   "  missing-material  Every recorded clip has an entry in the table of material.\n"
                   "  resolution        A track's frames last as long as the cut's.\n"
                   "  track-name        Every track has a name of its own.\n";

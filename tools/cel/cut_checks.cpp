@@ -1,5 +1,7 @@
 #include "tools/cel/cut_checks.h"
 
+#include "interchange/cut_levels.h"
+#include "tools/cel/level_checks.h"
 #include "tools/cel/listed_sections.h"
 #include "tools/cel/text.h"
 
@@ -33,6 +35,7 @@ public:
         for (const Finding& found : audit(track_))
             report(found.invariant, found.severity, found.text, found.index);
         checkMaterials();
+        checkLevels();
         std::stable_sort(findings_.begin(), findings_.end(),
                          [](const auto& a, const auto& b) { return a.index < b.index; });
         return std::move(findings_);
@@ -64,6 +67,20 @@ private:
                 report("missing-material", Severity::warning,
                        "no clip is known for " + printable(section.cookie.asString(true).view()),
                        section.event);
+    }
+
+    void checkLevels()
+    {
+        const AudLevelsCel levels = levelsOf(cut_, track_);
+        if (levels.valid() && kindOf(track_) != kAudioCookie)
+            report("levels-kind", Severity::warning,
+                   "it has a level envelope, which only sound plays by");
+        for (const LevelFinding& found : auditLevels(levels.snapshot())) {
+            report(found.invariant, found.severity, found.text);
+            findings_.back().place = "node " + std::to_string(found.index + 1) + " of its levels";
+            if (isRealTime(found.time))
+                findings_.back().place += " at " + recordTimecode(cut_, found.time);
+        }
     }
 
     /// Recorded material has an entry in the table; what is made needs none. A cut without any

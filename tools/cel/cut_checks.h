@@ -19,6 +19,7 @@ struct CutFinding
     std::size_t trackNumber = 0;       ///< from 1; 0 when no track is meant
     std::string track;                 ///< its name
     int index = -1;                    ///< of the event; -1 when none is meant
+    std::string place;                 ///< of what is no event, in words: "node 3 of its levels"
     double time = kUnsetTime;          ///< edit time of the event, in seconds
     std::optional<std::size_t> offset; ///< byte of the file
 };
