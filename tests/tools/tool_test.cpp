@@ -1,12 +1,14 @@
 // Runs the built command line as a shell does; the command lines and what they answer are in
-// commands.txt.
+// commands.txt and levels.txt.
 #include "interchange/cel_store.h"
 #include "interchange/cel_stream.h"
+#include "interchange/cut_levels.h"
 #include "tests/support/temporary_folder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <sstream>
@@ -136,8 +138,9 @@ void saveDamagedCut(const std::filesystem::path& path)
     ASSERT_TRUE(cel::saveCut(cut, path, cel::SaveGuard::force, error)) << error;
 }
 
-/// A store with a track that something belongs to.
-void saveCutWithObject(const std::filesystem::path& path)
+/// A store with a track that something belongs to, one with an envelope that breaks what `check`
+/// looks for, and one without.
+void saveCutWithObjects(const std::filesystem::path& path)
 {
     cel::Cut cut;
     cut.rate = {25, 1, false};
@@ -147,22 +150,38 @@ void saveCutWithObject(const std::filesystem::path& path)
     const IdStamp object(1, 1, 1);
     cut.objects.put(object, Kt::Ptr<Cel>(new Cel(0, 0.04)));
     cut.objects.name({track->editChannelId(), "levels", 0}, object);
+
+    using Store = AudLevelsCel::Store;
+    const Kt::Ptr<Cel> sound = cut.addTrack(kAudioCookie);
+    sound->appendEventPair(cut.materials.add({kAudioCookie, "GULLS", "TAPE2", ""}), 10, 4, -1);
+    sound->appendEventPair(audio_black, 0, 2, -1);
+    sound->getChanEventPtr(2)->edit_time(5);
+    AudLevelsCel levels(0.04);
+    const Store::Node nodes[] = {{0.0, NAN, Store::kOrdinary, false},
+                                 {1.0, -0.5F, Store::eNodeType(9), false},
+                                 {2.0, 0.5F, Store::kEndGuard, false},
+                                 {2.0000005, 0.5F, Store::kEndGuard, false},
+                                 {NAN, 0.5F, Store::kOrdinary, false}};
+    levels.getNodeStore().insert_noAdjust(nodes);
+    cel::setLevels(cut, *sound, levels);
+    cut.addTrack(kAudioCookie)->appendEventPair(audio_black, 0, 4, -1);
     std::string error;
     ASSERT_TRUE(cel::saveStoredCut(cut, path, cel::SaveGuard::refuse, error)) << error;
 }
 
-TEST(Tool, AnswersEachCommandLineAsTheTableSays)
+void expectAnswersOf(const char* table)
 {
     const Shell shell;
     for (const auto& entry : std::filesystem::directory_iterator(CEL_TOOL_TESTS "/files"))
         std::filesystem::copy(entry, shell.folder() / entry.path().filename().string());
     saveDamagedCut(shell.folder() / "damaged.cel");
-    saveCutWithObject(shell.folder() / "levels.celdb");
+    saveCutWithObjects(shell.folder() / "levels.celdb");
 
-    const std::vector<Case> cases = casesIn(contentOf(CEL_TOOL_TESTS "/commands.txt"));
-    ASSERT_GT(cases.size(), 20U);
+    const std::vector<Case> cases =
+        casesIn(contentOf(std::filesystem::path(CEL_TOOL_TESTS) / table));
+    ASSERT_GT(cases.size(), 10U);
     for (const Case& c : cases) {
-        SCOPED_TRACE("commands.txt:" + std::to_string(c.line) + ": " + c.command);
+        SCOPED_TRACE(table + (":" + std::to_string(c.line) + ": " + c.command));
         const Answer answer = shell.run(c.command);
         EXPECT_EQ(answer.exitCode, c.exitCode) << answer.out << answer.err;
         for (const std::string& piece : c.output)
@@ -174,6 +193,16 @@ TEST(Tool, AnswersEachCommandLineAsTheTableSays)
         EXPECT_EQ(answer.err.empty(), c.errors.empty()) << answer.err;
         EXPECT_TRUE(c.exact.empty() || answer.out == c.exact) << answer.out;
     }
+}
+
+TEST(Tool, AnswersEachCommandLineAsTheTableSays)
+{
+    expectAnswersOf("commands.txt");
+}
+
+TEST(Tool, TakesLevelEnvelopesAlongAsTheTableSays)
+{
+    expectAnswersOf("levels.txt");
 }
 
 // Wherever a bit turns over in a stream, the file is refused or a finding names the place. Not at
