@@ -76,6 +76,23 @@ run edit trimmed.cel V2 overlay 10:00:09:00 --from V1 --range 10:00:11:00 10:00:
 differs scene4.cel trimmed.cel
 printf 'The comparison names the two edits, to the frame, and nothing else.\n'
 
+say 'The sound is mixed: the interview 12 dB lower for a line, then a ride of the fader, kept in a store.'
+run levels scene4.cel A1 set -12dB 10:00:16:00 10:00:20:00 -o mixed.celdb
+printf 'The fader leaves a node every four frames, 60 of them:\n'
+for node in {0..59}; do
+    level=$(LC_ALL=C awk -v n="$node" 'BEGIN { printf "%.4f", 0.65 + 0.35 * cos(n * 0.15) }')
+    "$cel" levels mixed.celdb A1 set "$level" "$(LC_ALL=C awk -v n="$node" 'BEGIN { print 42.2 + 0.16 * n }')" >/dev/null
+done
+run levels mixed.celdb A1 thin --within 0.5dB --picture --width 100
+printf 'So few nodes are enough, and the worst error is measured, not guessed.\n'
+
+say 'Four seconds go in the middle of the lowered line. The levels of what follows go along.'
+run edit mixed.celdb V1,A1 extract 10:00:18:00 10:00:22:00 --to aside.celdb
+run edit mixed.celdb V1,A1 remove 10:00:18:00 10:00:22:00 -o shorter.celdb --picture
+run edit shorter.celdb V1,A1 insert 10:00:18:00 --from aside.celdb V1,A1
+run diff mixed.celdb shorter.celdb
+printf 'Put back, the sound is as loud as before, to a thousandth of a decibel, at every moment.\n'
+
 say 'Two seconds are to go at the end of two tracks, and one of them is not that long.'
 cp scene4.cel before.cel
 printf '$ cel edit scene4.cel V1,V2 remove 10:02:20:00 10:02:22:00\n'
@@ -127,5 +144,5 @@ fi
 printf '\n'
 same scene4.cel before.cel 'the cut on the disk, before and after the failed save'
 
-printf '\nDone: the cut came in, was drawn, checked, edited, compared, saved, read back and sent out again;
+printf '\nDone: the cut came in, was drawn, checked, edited, mixed, compared, saved, read back and sent out again;
 nothing changed on the way that was not named, damage was found, and a failed save harmed nothing.\n'
