@@ -9,6 +9,7 @@
 #include "tests/support/golden.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/sql.h"
+#include "tests/support/table.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/track_notation.h"
 
@@ -44,22 +45,6 @@ std::string save(const Cut& cut, const std::filesystem::path& path,
     const bool saved = saveStoredCut(cut, path, guard, error);
     EXPECT_EQ(saved, error.empty());
     return error;
-}
-
-Cut cutOf(std::initializer_list<const char*> tracks)
-{
-    Cut cut;
-    for (const char* notation : tracks)
-        fill(*cut.addTrack(kVideoCookie), notation);
-    return cut;
-}
-
-std::string tracksOf(const Cut& cut)
-{
-    std::string all;
-    for (const Kt::Ptr<Cel>& track : cut.tracks)
-        all += (all.empty() ? "" : " | ") + describe(*track);
-    return all;
 }
 
 CutObject unknown(const IdStamp& id, const std::string& content)
@@ -107,7 +92,7 @@ TEST(StoredCut, BringsItsObjectsAlongKnownOrNot)
     for (const char* next : {"b.celdb", "c.celdb", "a.celdb"}) {
         const LoadedCut loaded = load(folder / (next[0] == 'a' ? "c.celdb" : "a.celdb"));
         EXPECT_EQ(text(loaded.findings), "");
-        EXPECT_EQ(tracksOf(loaded.cut), "A0-4 | B0-4");
+        EXPECT_EQ(tracksOf(loaded.cut), "A0-4, B0-4");
         EXPECT_EQ(loaded.cut.objects.names(), cut.objects.names());
         const CutObject* const effect = loaded.cut.objects.find(IdStamp(2, 2, 2));
         ASSERT_TRUE(effect);
@@ -173,40 +158,25 @@ TEST(StoredCut, KeepsTheOrderOfTracksWhateverTheirIdentities)
     cut.tracks[3]->editChannelInfo("V4", IdStamp(0, 0, 1), "picture", {}); // the cut's own
     EXPECT_EQ(save(cut, folder / "cut"), "");
     Cut loaded = load(folder / "cut").cut;
-    EXPECT_EQ(tracksOf(loaded), "A0-4 | B0-4 | C0-4 | D0-4");
+    EXPECT_EQ(tracksOf(loaded), "A0-4, B0-4, C0-4, D0-4");
     std::swap(loaded.tracks[0], loaded.tracks[3]);
     loaded.tracks.erase(loaded.tracks.begin() + 1);
     EXPECT_EQ(save(loaded, folder / "cut"), "");
-    EXPECT_EQ(tracksOf(load(folder / "cut").cut), "D0-4 | C0-4 | A0-4");
+    EXPECT_EQ(tracksOf(load(folder / "cut").cut), "D0-4, C0-4, A0-4");
 }
 
 TEST(StoredCut, NamesWhatIsDamagedAndReadsTheRest)
 {
-    // clang-format off
-    struct Case { const char* sql; const char* tracks; const char* findings; };
-    const Case cases[] = {
-        {"UPDATE object SET layers = x'00' WHERE number = 3", "B0-4",
-         "object 1-2-80000003 (class C), track 1: its checksum does not match: it is not what was written\n"
-         "file: it should hold 2 tracks, but 1 could be read\n"},
-        {"DELETE FROM object WHERE number = 1", "A0-4 | B0-4",
-         "file: it should hold 4 objects, but 3 were found\n"
-         "file: title, frame rate and start are missing; 25 frames a second were taken\n"},
-        {"DELETE FROM object WHERE number = 2", "A0-4 | B0-4",
-         "file: it should hold 4 objects, but 3 were found\n"
-         "file: the names of the material are missing\n"},
-        {"DELETE FROM name", "A0-4 | B0-4", "file: it should hold 2 names, but 0 were found\n"},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.sql);
+    for (const TableRow& c : table("stores", "damaged cuts")) {
+        SCOPED_TRACE(c.place);
         const TemporaryFolder folder;
         Cut cut = cutOf({"A0-4", "B0-4"});
         cut.tracks[0]->editChannelInfo("V1", IdStamp(1, 2, 0x80000003), "picture", {});
         EXPECT_EQ(save(cut, folder / "cut"), "");
-        runSql(folder / "cut", c.sql);
+        runSql(folder / "cut", c[0]);
         const LoadedCut loaded = load(folder / "cut");
-        EXPECT_EQ(tracksOf(loaded.cut), c.tracks);
-        EXPECT_EQ(text(loaded.findings), c.findings);
+        EXPECT_EQ(tracksOf(loaded.cut), c[1]);
+        EXPECT_EQ(text(loaded.findings), c[2]);
     }
 }
 

@@ -6,6 +6,7 @@
 #include "tests/interchange/cut_text.h"
 #include "tests/support/golden.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/table.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/track_notation.h"
 
@@ -29,14 +30,6 @@ LoadedCut read(std::span<const std::byte> bytes)
     auto loaded = readCut(bytes, error);
     EXPECT_TRUE(loaded) << error;
     return loaded ? std::move(*loaded) : LoadedCut();
-}
-
-Cut cutOf(std::initializer_list<const char*> tracks)
-{
-    Cut cut;
-    for (const char* notation : tracks)
-        fill(*cut.addTrack(kVideoCookie), notation);
-    return cut;
 }
 
 /// The stream of a cut, with more written behind it.
@@ -151,44 +144,22 @@ TEST(CutStream, WithoutItsFirstLayersIsReadAsFarAsItGoes)
 
 TEST(SavingACut, RefusesWhatItsFormWouldDamage)
 {
-    // clang-format off
-    struct Case { const char* name; const char* track; const char* damage; };
-    static const Case cases[] = {
-        {"flat records hold all",      "A0-4:1>0~20*2%3! B4-6",   ""},
-        {"level changes in them too",  "A<0@0 A=1:0.5 A=2 A>3@3", ""},
-        {"pair records of plain cuts", "A'0-4 B4-6",              ""},
-        {"single events",              "A0-4:1>0~20%3!",          ""},
-        {"trim selections do not play","A'0-4^1 B4-6",            ""},
-        {"fades in pair records",      "A'0-4:1>0 B4-6",
-         "the level of 1 event (from 00:00:04:00 on) of its 4 would be lost"},
-        {"level changes in them",      "A'<0@0 A'=1:0.5 A'=2 A'>3@3",
-         "the kind of 2 events (from 00:00:01:00 on), the level of 1 event (from 00:00:01:00 on) "
-         "of its 4 would be lost"},
-        {"an odd number of events",    "A'<0@0 A'=1 A'>2@2",
-         "none of its 3 events, which are not in pairs, would be left"},
-        {"two speeds, single events",  "A0-4@0>4*2>1",
-         "the speed of 1 event (from 00:00:00:00 on) of its 2 would be lost"},
-        {"another end of the source",  "A0-4@0>9",
-         "the time of 1 event (from 00:00:04:00 on) of its 2 would be lost"},
-    };
-    // clang-format on
     const LogCapture log;
     const TemporaryFolder folder;
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const TableRow& c : table("lists", "saving")) {
+        SCOPED_TRACE(c.place);
         const std::filesystem::path path = folder / "cut.cel";
         putContent(path, "old");
-        const Cut cut = cutOf({".0-1", c.track});
+        const Cut cut = cutOf({".0-1", c[1]});
         std::string error;
         const bool saved = saveCut(cut, path, SaveGuard::refuse, error);
-        const std::string damage = c.damage;
-        EXPECT_EQ(saved, damage.empty()) << error;
+        EXPECT_EQ(saved, c[2].empty()) << error;
         EXPECT_EQ(cut.tracks[1]->is_dirty(), saved ? 0 : 1);
         if (!saved) {
             EXPECT_EQ(contentOf(path), "old");
             EXPECT_EQ(error,
                       path.string() +
-                          " was not written, since it would damage the cut: track V2: " + damage);
+                          " was not written, since it would damage the cut: track V2: " + c[2]);
             error.clear();
             EXPECT_TRUE(saveCut(cut, path, SaveGuard::force, error)) << error;
         }

@@ -1,5 +1,7 @@
 #include "tests/interchange/cut_text.h"
 
+#include "tests/support/track_notation.h"
+
 #include <sstream>
 
 namespace cel::test {
@@ -57,6 +59,22 @@ std::string describe(const Cut& cut)
             writeSection(out, cut, events[i], events[i + 1]);
     }
     return out.str();
+}
+
+Cut cutOf(std::initializer_list<std::string_view> tracks)
+{
+    Cut cut;
+    for (const std::string_view notation : tracks)
+        fill(*cut.addTrack(kVideoCookie), notation);
+    return cut;
+}
+
+std::string tracksOf(const Cut& cut)
+{
+    std::string all;
+    for (const Kt::Ptr<Cel>& track : cut.tracks)
+        all += (all.empty() ? "" : ", ") + describe(*track);
+    return all;
 }
 
 std::string describe(const LossLedger& losses)

@@ -3,7 +3,9 @@
 #include "interchange/Cut.h"
 #include "interchange/LossLedger.h"
 
+#include <initializer_list>
 #include <string>
+#include <string_view>
 
 namespace cel::test {
 
@@ -15,6 +17,12 @@ namespace cel::test {
 /// Record times count from the start of the cut; the source time is left out for black, and the
 /// speed where it is normal. Speeds and levels of the two ends that differ stand as `a>b`.
 std::string describe(const Cut& cut);
+
+/// A cut with these picture tracks, each in notation.
+Cut cutOf(std::initializer_list<std::string_view> tracks);
+
+/// The notations of its tracks, ", " between them.
+std::string tracksOf(const Cut& cut);
 
 /// Entries as `line kind: text`, a line each.
 std::string describe(const LossLedger& losses);

@@ -173,7 +173,7 @@ public:
         fail,      ///< nothing happens, and the error is returned
         halve,     ///< of what is to be written or read, only half is
         damage,    ///< what is read has another first byte
-        moveAside, ///< a replacement fails half-way, with the target under the backup's name
+        moveAside, ///< a replacement fails half-way, the target under the backup's name for good
     };
 
     /// @param decide  told the number of each call, from 1 on, before it is made.
@@ -248,7 +248,7 @@ public:
     }
     Error rename(const Path& from, const Path& to) override
     {
-        return fails() ? error_ : files_.rename(from, to);
+        return fails() || act_ == Act::moveAside ? error_ : files_.rename(from, to);
     }
     Error remove(const Path& path) override { return fails() ? error_ : files_.remove(path); }
 

@@ -2,6 +2,7 @@
 #include "platform/support/JSON.h"
 #include "platform/support/TextFile.h"
 #include "platform/support/utf8.h"
+#include "tests/support/table.h"
 #include "tests/support/temporary_folder.h"
 
 #include <clocale>
@@ -31,32 +32,8 @@ std::string shown(const Kt::Ptr<JSON::Element>& element)
 
 TEST(Json, ReadsWhatIsJsonAndNothingElse)
 {
-    // clang-format off
-    struct Case { const char* name; std::string text; const char* expected; };
-    static const Case cases[] = {
-        {"a text",                  R"("x\n\u00e9")",          "x\n\xC3\xA9"},
-        {"numbers as written",      "[1, -2, 0.2, 1e3, 18446744073709551615]", "{1,-2,0.2,1e3,18446744073709551615,}"},
-        {"words, and null",         "[true, false, null]",     "{true,false,,}"},
-        {"nested",                  R"({"a": {"b": [1]}, "c": []})", "{{{1,},},,}"},
-        {"a byte-order mark",       "\xEF\xBB\xBF[1]",         "{1,}"},
-        {"a NUL in a text",         R"("a\u0000b")",           "a\0b"},
-        {"a pair of surrogates",    R"("\ud83d\ude00")",       "\xF0\x9F\x98\x80"},
-        {"a lone surrogate",        R"("\ud83d")",             "none"},
-        {"a NUL",                   "[1]\0"s,                  "none"},
-        {"bytes that are no UTF-8", "\"\xC3\x28\"",            "none"},
-        {"nothing",                 "",                        "none"},
-        {"garbage behind",          "[1] 2",                   "none"},
-        {"cut off",                 R"({"a": [1, 2)",          "none"},
-        {"a key alone",             R"({"a"})",                "none"},
-        {"a comment",               "/* */ 1",                 "none"},
-        {"no number",               "[NaN]",                   "none"},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        const std::string expected =
-            c.name == "a NUL in a text"s ? "a\0b"s : std::string(c.expected);
-        EXPECT_EQ(shown(JSON::parse(c.text)), expected) << c.name;
-    }
+    for (const TableRow& c : table("json", "read"))
+        EXPECT_EQ(shown(JSON::parse(c[1])), c[2]) << c.place;
 }
 
 TEST(Json, FindsMembersByKeyAndByPlace)
@@ -132,21 +109,8 @@ TEST(Json, WritesMembersInTheirOrderAndAsFewLinesAsFit)
         builder.add({}, std::string(50, 'x'), true);
     builder.endArray();
     builder.startChild("empty");
-    EXPECT_EQ(builder.getOutput(), R"({
-  "z": "é \" \\ \n )"
-                                   "\xEF\xBF\xBD"
-                                   R"( x",
-  "a": "a\u0000b)"
-                                   "\xEF\xBF\xBD"
-                                   R"(",
-  "bare": [1.5,-2,true,null,"nothing","[1]","1 2","",0.2,1,1e+30,null],
-  "long": [
-    "xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx",
-    "xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx",
-    "xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx"
-  ],
-  "empty": {}
-})");
+    EXPECT_EQ(std::string(builder.getOutput().view()) + "\n",
+              contentOf(CEL_TEST_DATA "/written.json"));
     builder.endChild();
     builder.endChild();
     builder.endChild(); // one too many
@@ -175,38 +139,19 @@ TEST(Json, IsTheSameInEveryLocale)
     EXPECT_EQ(read, "{0.25,1.5e-3,}");
 }
 
-/// What a font becomes that reads a text, as it writes itself.
-std::string fontAfter(const char* text, bool expected)
-{
-    FontDefinition font;
-    font.faceName = L"Old";
-    EXPECT_EQ(font.read(JSON::parse(text)), expected) << text;
-    JSON::Builder builder(0);
-    builder.startChild();
-    font.write(builder);
-    builder.endChild();
-    return std::string(builder.getOutput().view());
-}
-
 TEST(FontDefinition, TakesOverWhatItUnderstands)
 {
-    // clang-format off
-    struct Case { const char* text; bool whole; const char* expected; };
-    static const Case cases[] = {
-        {R"({"face": "Sans", "size": 2, "background": [0, 0.2, 0.4, 1], "foreground": [1, 0, 0, 0.5]})", true,
-         R"({"face":"Sans","size":2,"background":[0,0.2,0.4,1],"foreground":[1,0,0,0.5]})"},
-        {R"({"size": "0.5", "background": [0.5]})", false,
-         R"({"face":"Old","size":0.5,"background":[0.5,0,0,0],"foreground":[1,1,1,1]})"},
-        {R"({"face": "", "size": "inf", "background": "red", "foreground": [null, "nan", "2x", 1e99]})", false,
-         R"({"face":"Old","size":1,"background":[0,0,0,0],"foreground":[1,1,1,1]})"},
-        {"[]", false,
-         R"({"face":"Old","size":1,"background":[0,0,0,0],"foreground":[1,1,1,1]})"},
-        {"nothing", false,
-         R"({"face":"Old","size":1,"background":[0,0,0,0],"foreground":[1,1,1,1]})"},
-    };
-    // clang-format on
-    for (const Case& c : cases)
-        EXPECT_EQ(fontAfter(c.text, c.whole), c.expected);
+    for (const TableRow& c : table("json", "font")) {
+        SCOPED_TRACE(c.place);
+        FontDefinition font;
+        font.faceName = L"Old";
+        EXPECT_EQ(font.read(JSON::parse(c[1])), c[2] == "whole");
+        JSON::Builder builder(0);
+        builder.startChild();
+        font.write(builder);
+        builder.endChild();
+        EXPECT_EQ(builder.getOutput(), c[3].c_str());
+    }
 }
 
 } // namespace

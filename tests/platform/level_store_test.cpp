@@ -1,5 +1,6 @@
 #include "platform/audio/DynamicLevelControl.h"
 #include "tests/support/level_notation.h"
+#include "tests/support/table.h"
 
 #include <gtest/gtest.h>
 
@@ -13,68 +14,33 @@ using Store = Aud::DynamicLevelControl::Store;
 using Node = Store::Node;
 
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInf = std::numeric_limits<double>::infinity();
 
 TEST(LevelStore, AnswersBetweenAtAndOutsideItsNodes)
 {
-    // clang-format off
-    struct Case { const char* nodes; double t; std::size_t find; float level; bool black; };
-    static const Case cases[] = {
-        {"",                  0,    0, 1.0F,   false},
-        {"2=0.5*",            0,    0, 0.5F,   true},
-        {"2=0.5*",            2,    0, 0.5F,   true},
-        {"2=0.5*",            9,    1, 0.5F,   true},
-        {"0=0 4=1*",          1,    1, 0.25F,  false},
-        {"0=0 4=1*",          4,    1, 1.0F,   true},
-        {"0=0 4=1 4=0.5 8=0", 4,    1, 0.5F,   false},
-        {"0=0 4=1 4=0.5 8=0", 6,    3, 0.25F,  false},
-        {"0=0 inf=1",         6,    1, 0.0F,   false},
-        {"-inf=0 8=1",        6,    1, 0.0F,   false},
-        {"0=0.5 nan=1",       6,    1, 0.5F,   false},
-        {"nan=1",             6,    0, 1.0F,   false},
-        {"0=0.5 nan=1",       kNan, 1, 1.0F,   false},
-        {"0=0.5 8=1",         kInf, 2, 1.0F,   false},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        SCOPED_TRACE(std::string(c.nodes) + " at " + std::to_string(c.t));
-        Store store = levels(c.nodes);
-        EXPECT_EQ(store.indexOf(c.t), c.find);
-        EXPECT_EQ(store.getLevelAtTime(c.t), c.level);
-        EXPECT_EQ(store.isInAudioBlackAtTime(c.t), c.black);
+    for (const TableRow& c : table("levels", "lookup")) {
+        SCOPED_TRACE(c.place);
+        const Store store = levels(c[0]);
+        EXPECT_EQ(store.indexOf(c.number(1)), c.number(2));
+        EXPECT_EQ(store.getLevelAtTime(c.number(1)), c.number(3));
+        EXPECT_EQ(store.isInAudioBlackAtTime(c.number(1)), c[4] == "black");
     }
 }
 
 TEST(LevelStore, PutsANodeWhereTheHintAndTheOrderAllow)
 {
-    // clang-format off
-    struct Case { const char* nodes; const char* node; std::size_t hint; const char* after; };
-    static const Case cases[] = {
-        {"1=1 2=1 2=0.5 3=1", "2=0",   0, "1=1 2=0 2=1 2=0.5 3=1"},
-        {"1=1 2=1 2=0.5 3=1", "2=0",   2, "1=1 2=1 2=0 2=0.5 3=1"},
-        {"1=1 2=1 2=0.5 3=1", "2=0",   4, "1=1 2=1 2=0.5 2=0 3=1"},
-        {"1=1 2=1",           "3=0",   0, "1=1 2=1 3=0"},
-        {"1=1 2=1",           "0=0",   2, "0=0 1=1 2=1"},
-        {"",                  "0=0",   7, "0=0"},
-        {"1=1 inf=1",         "nan=0", 0, "1=1 inf=1 nan=0"},
-        {"1=1 nan=1",         "nan=0", 0, "1=1 nan=0 nan=1"},
-        {"1=1 nan=1",         "nan=0", 9, "1=1 nan=1 nan=0"},
-        {"1=1 nan=1",         "2=0",   9, "1=1 2=0 nan=1"},
-        {"nan=1",             "-inf=0", 1, "-inf=0 nan=1"},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        SCOPED_TRACE(std::string(c.nodes) + " and " + c.node);
-        Store store = levels(c.nodes);
-        const Node node = levelNodes(c.node).front();
-        const Store::iterator at = store.insert_noAdjust(store.at(c.hint), node);
-        EXPECT_EQ(describe(store.nodes()), c.after);
+    for (const TableRow& c : table("levels", "put")) {
+        SCOPED_TRACE(c.place);
+        Store store = levels(c[0]);
+        const Node node = levelNodes(c[1]).front();
+        const auto hint = static_cast<std::size_t>(c.number(2));
+        const Store::iterator at = store.insert_noAdjust(store.at(hint), node);
+        EXPECT_EQ(describe(store.nodes()), c[3]);
         EXPECT_EQ(at.getLevel(), node.getLevel());
 
         // A block goes where its nodes would go one by one.
-        Store blocks = levels(c.nodes);
-        Store singly = levels(c.nodes);
-        const auto block = levelNodes(std::string(c.node) + " 2=0.25 2.5=0.25");
+        Store blocks = levels(c[0]);
+        Store singly = levels(c[0]);
+        const auto block = levelNodes(c[1] + " 2=0.25 2.5=0.25");
         blocks.insert_noAdjust(block);
         for (const Node& each : block)
             singly.insert_noAdjust(each);
@@ -84,22 +50,10 @@ TEST(LevelStore, PutsANodeWhereTheHintAndTheOrderAllow)
 
 TEST(LevelStore, LetsANewNodeTakeThePlaceOfOneWithinAMicrosecond)
 {
-    // clang-format off
-    struct Case { const char* nodes; const char* node; const char* after; };
-    static const Case cases[] = {
-        {"1=1 2=1",         "1.0000005=0.5*", "1=0.5* 2=1"},
-        {"1=1 [2=1",        "1.9999995=0.5*", "1=1 [2=0.5*"},
-        {"1=1 2=1",         "[2=0.5",         "1=1 [2=0.5"},
-        {"1=1 2=1]",        "[2=0.5",         "1=1 2=0.5]"},
-        {"1=1 2=1",         "1.5=0.5",        "1=1 1.5=0.5 2=1"},
-        {"1=1 2=1",         "1.0000015=0.5",  "1=1 1.0000015=0.5 2=1"},
-        {"1=1 nan=1",       "nan=0.5",        "1=1 nan=1 nan=0.5"},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        Store store = levels(c.nodes);
-        store.insert(levelNodes(c.node).front());
-        EXPECT_EQ(describe(store.nodes()), c.after) << c.nodes << " and " << c.node;
+    for (const TableRow& c : table("levels", "take place")) {
+        Store store = levels(c[0]);
+        store.insert(levelNodes(c[1]).front());
+        EXPECT_EQ(describe(store.nodes()), c[2]) << c.place;
     }
 }
 

@@ -6,8 +6,10 @@
 #include "platform/support/Taggable.h"
 #include "platform/support/layers.h"
 #include "platform/support/object_stream.h"
+#include "tests/support/table.h"
 
 #include <algorithm>
+#include <map>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -338,32 +340,19 @@ TEST(Layers, AreReadInSpiteOfAWrongChecksumWhichIsNotedApart)
 
 TEST(ObjectStream, IsToldFromOtherFilesByItsHeader)
 {
-    StreamFile file;
-    PStream written(file);
-    writeObjectStreamHeader(written);
-    const std::string good = textOf(file.bytes());
     using enum ObjectStreamHeader;
-    // clang-format off
-    struct Case { std::string name, bytes; ObjectStreamHeader expected; };
-    const Case cases[] = {
-        {"as written",         good,                                          ok},
-        {"with more behind",   good + "x",                                    ok},
-        {"nothing",            "",                                            truncated},
-        {"cut in the magic",   good.substr(0, 3),                             truncated},
-        {"cut in the version", good.substr(0, 11),                            truncated},
-        {"seven bits",         std::string(good).replace(0, 1, "\x0B"),       notAnObjectStream},
-        {"CR LF became LF",    std::string(good).replace(4, 2, "\n"),         notAnObjectStream},
-        {"LF became CR LF",    std::string(good).replace(7, 1, "\r\n"),       notAnObjectStream},
-        {"version 0",          std::string(good).replace(8, 1, 1, '\0'),      notAnObjectStream},
-        {"a later version",    std::string(good).replace(8, 1, "\x02"),       newerVersion},
+    const std::map<std::string, ObjectStreamHeader> kinds = {
+        {"ok", ok},
+        {"truncated", truncated},
+        {"no object stream", notAnObjectStream},
+        {"newer", newerVersion},
     };
-    // clang-format on
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        StreamFile bytes(bytesOf(c.bytes));
+    for (const TableRow& c : table("platform", "stream header")) {
+        SCOPED_TRACE(c.place);
+        StreamFile bytes(bytesOf(c[1]));
         PStream stream(bytes);
-        EXPECT_EQ(readObjectStreamHeader(stream), c.expected);
-        EXPECT_EQ(bytes.position(), c.expected == ok ? 12U : 0U);
+        EXPECT_EQ(readObjectStreamHeader(stream), kinds.at(c[2]));
+        EXPECT_EQ(bytes.position(), c[2] == "ok" ? 12U : 0U);
         EXPECT_FALSE(bytes.faulted());
     }
 }

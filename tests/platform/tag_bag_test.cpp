@@ -2,6 +2,7 @@
 
 #include "cel/Cel.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/table.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/track_notation.h"
 
@@ -81,26 +82,12 @@ std::string take(TagBag& bag, const std::string& verb, const std::string& name,
 
 TEST(TagBag, KeepsItsContractInEveryForm)
 {
-    // Each step is a verb, an identity and what it takes, or what it gives behind "=".
-    static const char* const scripts[] = {
-        "open a = none; extract a = none; destroy a; open a = none",
-        "store a A0-4; open a = A0-4; open b = none; same a = yes",
-        "store a A0-4; store b B0-2; store a C0-1; open a = C0-1; open b = B0-2",
-        "store a A0-4; edit a B4-6; open a = A0-4 B4-6",
-        "store a A0-4; open a = A0-4; edit a B4-6; same a = yes; open a = A0-4 B4-6",
-        "store a A0-4; extract a = A0-4; open a = none; extract a = none",
-        "store a A0-4; extract a = A0-4; store a B0-1; open a = B0-1",
-        "store a A0-4; destroy a; open a = none; store a B0-1; open a = B0-1",
-        "store a A0-4; destroy b; open a = A0-4",
-        "store null A0-4; open null = none; extract null = none; destroy null",
-        "invalid a; open a = none",
-    };
     for (const Form& form : kForms) {
-        for (const char* script : scripts) {
-            SCOPED_TRACE(std::string(form.name) + ": " + script);
+        for (const TableRow& c : table("platform", "tag bag")) {
+            SCOPED_TRACE(std::string(form.name) + ": " + c.place);
             const TemporaryFolder folder;
             auto bag = form.make(folder / "bag");
-            std::istringstream steps(script);
+            std::istringstream steps(c[0]);
             for (std::string step; std::getline(steps >> std::ws, step, ';');) {
                 const std::size_t equals = step.find(" = ");
                 std::istringstream words(step.substr(0, equals));

@@ -6,6 +6,7 @@
 #include "platform/foundation/compare.h"
 #include "platform/support/Cookie.h"
 #include "platform/support/IdStamp.h"
+#include "tests/support/table.h"
 
 #include <algorithm>
 #include <array>
@@ -42,26 +43,15 @@ void onAllThreads(Work work)
 
 TEST(Values, AreEqualWithinAMicrosecondAndElseOrdered)
 {
-    // clang-format off
-    struct Case { const char* name; double a, b; bool greater, equal; };
-    const Case cases[] = {
-        {"the same",             2.0,       2.0,        false, true},
-        {"half the tolerance",   2.0000005, 2.0,        false, true},
-        {"twice the tolerance",  2.000002,  2.0,        true,  false},
-        {"tight to a cut",       0.0,       -0.0000011, true,  false},
-        {"infinity and itself",  kInfinity, kInfinity,  false, true},
-        {"infinity and largest", kInfinity, 1e300,      true,  false},
-        {"no number",            kNaN,      kNaN,       false, false},
-        {"no number and one",    kNaN,      0.0,        false, false},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        EXPECT_EQ(valGreaterThanVal(c.a, c.b), c.greater);
-        EXPECT_EQ(valLessThanVal(c.b, c.a), c.greater);
-        EXPECT_EQ(valLessThanVal(c.a, c.b), false);
-        EXPECT_EQ(valEqualsVal(c.a, c.b), c.equal);
-        EXPECT_EQ(TolerantEq<double>(c.b, c.a), c.equal);
+    for (const TableRow& c : table("platform", "equality")) {
+        SCOPED_TRACE(c.place);
+        const double a = c.number(1);
+        const double b = c.number(2);
+        EXPECT_EQ(valGreaterThanVal(a, b), c[3] == "greater");
+        EXPECT_EQ(valLessThanVal(b, a), c[3] == "greater");
+        EXPECT_EQ(valLessThanVal(a, b), false);
+        EXPECT_EQ(valEqualsVal(a, b), c[3] == "equal");
+        EXPECT_EQ(TolerantEq<double>(b, a), c[3] == "equal");
     }
 }
 

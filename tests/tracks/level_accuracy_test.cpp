@@ -1,6 +1,7 @@
 #include "tracks/level_accuracy.h"
 
 #include "tests/support/level_notation.h"
+#include "tests/support/table.h"
 #include "tracks/AudLevelsCel.h"
 
 #include <gtest/gtest.h>
@@ -18,75 +19,32 @@ using Node = Store::Node;
 
 TEST(LevelMeter, FindsTheLargestDistanceAndWhenItIsReachedFirst)
 {
-    // clang-format off
-    struct Case { const char* name; const char* a; const char* b; double decibels, time; };
-    static const Case cases[] = {
-        {"the same",                   "0=0 4=1",             "0=0 4=1",           0,       0},
-        {"no nodes are unity",         "",                    "3=1",               0,       0},
-        {"half everywhere",            "0=1",                 "5=0.5",             6.0206,  0},
-        {"a node more",                "0=1 2=0.5 4=1",       "0=1 4=1",           6.0206,  2},
-        {"in front of the first",      "0=1 4=0.25",          "4=0.25",            12.0412, 0},
-        {"behind the last",            "0=1 4=0.25",          "0=1",               12.0412, 4},
-        {"on the left of a jump",      "0=1 2=0.5 2=1 4=1",   "0=1 4=1",           6.0206,  2},
-        {"silence of any depth",       "0=0 4=0",             "0=1e-6 4=-3",       0,       0},
-        {"from silence",               "0=0 4=0",             "0=0 2=0.1 4=0",     100,     2},
-        {"where it rises from the floor", "0=0 1=0 2=2e-6 3=1", "0=0 1=1e-6 2=2e-6 3=1", 3.5218, 1.5},
-        {"at the floor's edge",        "0=0 4=4e-6",          "0=0 1=4e-6 4=4e-6", 12.0412, 1},
-        {"no number in one",           "0=1 4=nan",           "0=1 4=1",           INFINITY, 4},
-        {"no number in both",          "0=1 4=nan",           "0=1 4=nan",         0,       0},
-        {"nodes at no time",           "-inf=5 0=1 nan=7",    "0=1 inf=9",         0,       0},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const TableRow& c : table("levels", "distance")) {
+        SCOPED_TRACE(c.place);
         for (const bool turned : {false, true}) {
-            const Store a = levels(turned ? c.b : c.a);
-            const Store b = levels(turned ? c.a : c.b);
-            const LevelError error = worstLevelError(a, b);
-            if (std::isinf(c.decibels)) {
-                EXPECT_EQ(error.decibels, c.decibels);
-            } else {
-                EXPECT_NEAR(error.decibels, c.decibels, 1e-3);
-            }
-            EXPECT_NEAR(error.time, c.time, 1e-6);
+            const LevelError error =
+                worstLevelError(levels(c[turned ? 2 : 1]), levels(c[turned ? 1 : 2]));
+            // Equal infinities have no difference.
+            EXPECT_TRUE(error.decibels == c.number(3) ||
+                        std::fabs(error.decibels - c.number(3)) <= 1e-3)
+                << error.decibels;
+            EXPECT_NEAR(error.time, c.number(4), 1e-6);
         }
     }
 }
 
-std::string thinned(std::string_view notation, double decibels)
+Store thinned(const Store& all, double decibels)
 {
-    const Store all = levels(notation);
     Store some;
     for (const std::size_t i : fewestNodesWithin(all, decibels))
         some.insert_noAdjust(all.nodes()[i]);
-    return describe(some.nodes());
+    return some;
 }
 
 TEST(FewestNodes, KeepWhatIsPinnedAndWhatTheEarNeeds)
 {
-    // clang-format off
-    struct Case { const char* name; const char* before; double decibels; const char* after; };
-    static const Case cases[] = {
-        {"nothing",                     "",                             1,   ""},
-        {"one of a flat line",          "0=1 1=1 2=1",                  0,   "0=1"},
-        {"a straight line's ends",      "0=0.5 1=0.625 2=0.75 4=1",     0.1, "0=0.5 4=1"},
-        {"guards",                      "[0=1 1=1 1.99=1] [2=1 3=1 4=1]", 9, "[0=1 1.99=1] [2=1 4=1]"},
-        {"where black begins",          "0=1 1=1 2=1* 3=1*",            9,   "0=1 2=1*"},
-        {"a peak",                      "0=0.5 1=1 2=0.5",              5,   "0=0.5 1=1 2=0.5"},
-        {"not one that is allowed",     "0=0.5 1=1 2=0.5",              6.1, "0=0.5"},
-        {"neighbours of what is none",  "0=1 1=1 2=nan 3=1 4=1 5=1",    9,   "1=1 2=nan 3=1"},
-        {"both sides of a jump",        "0=1 1=1 1=0.25 2=0.25",        1,   "1=1 1=0.25"},
-        {"nothing inside a jump",       "0=1 1=1 1=9 1=0.25 2=0.25",    1,   "1=1 1=0.25"},
-        {"silence is all alike",        "0=0 1=1e-7 2=5e-7 3=0",        0,   "0=0"},
-        {"all for no distance",         "0=1 1=1 2=1",                  NAN, "0=1 1=1 2=1"},
-        {"all for less than none",      "0=1 1=1 2=1",                  -1,  "0=1 1=1 2=1"},
-        {"one for any distance",        "0=1 1=0 2=7",                  INFINITY, "0=1"},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        EXPECT_EQ(thinned(c.before, c.decibels), c.after);
-    }
+    for (const TableRow& c : table("levels", "fewest"))
+        EXPECT_EQ(describe(thinned(levels(c[1]), c.number(2)).nodes()), c[3]) << c.place;
 }
 
 /// The size of the smallest choice of nodes, by trying all.
@@ -135,22 +93,18 @@ TEST(FewestNodes, AreAsFewAsAnyChoiceWithinTheDistance)
                 {time, static_cast<float>(level), static_cast<Store::eNodeType>(type), false});
         }
         const double decibels = 12.0 * fraction(random);
-        Store some;
-        for (const std::size_t i : fewestNodesWithin(all, decibels))
-            some.insert_noAdjust(all.nodes()[i]);
+        const Store some = thinned(all, decibels);
         const double worst = worstLevelError(all, some).decibels;
-        EXPECT_LE(worst, decibels + 1e-9)
-            << describe(all.nodes()) << " thinned to " << describe(some.nodes());
+        SCOPED_TRACE(describe(all.nodes()) + " thinned to " + describe(some.nodes()));
+        EXPECT_LE(worst, decibels + 1e-9);
         for (int i = 0; i < 20; ++i) { // the meter misses nothing between the nodes
             const double t = (time + 0.2) * fraction(random) - 0.1;
             const auto heard = [t](const Store& store) {
                 return std::log10(std::max(static_cast<double>(store.getLevelAtTime(t)), 1e-6));
             };
-            EXPECT_LE(20.0 * std::fabs(heard(all) - heard(some)), worst + 1e-5)
-                << describe(all.nodes()) << " thinned to " << describe(some.nodes());
+            EXPECT_LE(20.0 * std::fabs(heard(all) - heard(some)), worst + 1e-5);
         }
-        EXPECT_EQ(some.size(), fewestByTrial(all, decibels))
-            << describe(all.nodes()) << " within " << decibels;
+        EXPECT_EQ(some.size(), fewestByTrial(all, decibels)) << "within " << decibels;
     }
 }
 

@@ -1,6 +1,7 @@
 #include "platform/support/TagBag.h"
 #include "tests/support/golden.h"
 #include "tests/support/level_notation.h"
+#include "tests/support/table.h"
 #include "tests/tracks/level_stream.h"
 #include "tracks/AudCel.h"
 #include "tracks/AudLevelsCel.h"
@@ -14,30 +15,20 @@ constexpr const char* kShort = "AudLevelsCelRep::unpack: Failed to read nodes (u
 
 TEST(LevelPersistence, ReadsEveryRevisionAndWritesTheLatest)
 {
-    // clang-format off
-    struct Case { const char* file; int revision; const char* nodes; };
-    static const Case cases[] = {
-        {"levels_r1",    1, "0=1 2.5=0.5 3.75=0.25 4=0.75"},
-        {"levels_r2",    2, "[0=1 2.5=0.5 3.75=0.25] [4=0.75"},
-        {"levels_r3",    3, "[0=1 2.5=0.5 3.75=0.25] [4=0.75*"},
-        {"levels_r3",    9, "[0=1 2.5=0.5 3.75=0.25] [4=0.75*"},
-        {"levels_r3",    0, "[0=1 2.5=0.5 3.75=0.25] [4=0.75*"},
-        {"levels_empty", 2, ""},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        SCOPED_TRACE(std::string(c.file) + " as " + std::to_string(c.revision));
-        const DecodedLevels read = decodeLevels(hexFile(c.file), c.revision);
-        EXPECT_EQ(describe(read.levels->nodes().nodes()), c.nodes);
+    for (const TableRow& c : table("levels", "revisions")) {
+        SCOPED_TRACE(c.place);
+        const int revision = c.integer(1);
+        const DecodedLevels read = decodeLevels(hexFile(c[0]), revision);
+        EXPECT_EQ(describe(read.levels->nodes().nodes()), c[2]);
         EXPECT_EQ(read.notes, "");
-        EXPECT_EQ(read.levels->nodesRevision(), c.revision);
+        EXPECT_EQ(read.levels->nodesRevision(), revision);
         EXPECT_EQ(read.levels->revisionMajor(), 3);
         EXPECT_EQ(read.levels->revisionMinor(), 0);
         EXPECT_EQ(read.levels->getResolution(), 1.0);
         read.levels->checkNodesRevision(AudCel());
         EXPECT_EQ(read.levels->nodesRevision(), 3);
-        if (c.revision == 3) {
-            EXPECT_EQ(hexText(encodeLevels(*read.levels)), hexText(hexFile(c.file)));
+        if (revision == 3) {
+            EXPECT_EQ(hexText(encodeLevels(*read.levels)), hexText(hexFile(c[0])));
         }
     }
     EXPECT_EQ(hexText(encodeLevels(*Kt::Ptr<AudLevelsCelRep>(new AudLevelsCelRep(0.04)))),
@@ -65,34 +56,21 @@ std::vector<std::byte> body(std::string_view notation)
 
 TEST(LevelPersistence, PutsNodesInOrderAndDropsASecondOneAtTheSameTime)
 {
-    // clang-format off
-    struct Case { const char* stored; const char* read; };
-    static const Case cases[] = {
-        {"1=0 1=1 2=1",                   "1=0 2=1"},
-        {"-1=0 0=1",                      "0=1"},
-        {"0=1 -1=0",                      "-1=0 0=1"},
-        {"3=1 2=1 1=1",                   "1=1 2=1 3=1"},
-        {"5=0.1 3=0.2 5=0.3",             "3=0.2 5=0.3 5=0.1"},
-        {"3=0.1 5=0.2 3=0.3 4=0.4 3=0.5", "3=0.1 3=0.3 3=0.5 4=0.4 5=0.2"},
-        {"nan=0.1 1=0.2 nan=0.3 inf=0.4", "1=0.2 inf=0.4 nan=0.3 nan=0.1"},
-        {"-inf=1 0=1/-7 1=nan/9*",        "-inf=1 0=1/-7 1=nan/9*"},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        const DecodedLevels read = decodeLevels(body(c.stored), 3);
-        EXPECT_EQ(describe(read.levels->nodes().nodes()), c.read) << c.stored;
+    for (const TableRow& c : table("levels", "order")) {
+        const DecodedLevels read = decodeLevels(body(c[0]), 3);
+        EXPECT_EQ(describe(read.levels->nodes().nodes()), c[1]) << c.place;
 
         // One by one, each beside the one before it.
         Aud::DynamicLevelControl::Store store;
         auto hint = store.begin();
         double before = -1.0;
-        for (const auto& node : levelNodes(c.stored)) {
+        for (const auto& node : levelNodes(c[0])) {
             if (node.getRawTime() != before) {
                 hint = store.insert_noAdjust(hint, node);
                 before = node.getRawTime();
             }
         }
-        EXPECT_EQ(describe(store.nodes()), c.read) << c.stored;
+        EXPECT_EQ(describe(store.nodes()), c[1]) << c.place;
     }
 }
 

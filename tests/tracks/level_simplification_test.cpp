@@ -1,5 +1,6 @@
 #include "tests/support/level_notation.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/table.h"
 #include "tests/support/temporary_folder.h"
 #include "tracks/AudLevelsCel.h"
 
@@ -32,41 +33,19 @@ constexpr const char* kStyle = "CEL_TRACK_SOUND_SIMPLIFY_STYLE";
 
 TEST(Simplification, ThinsByTheConfiguredStyle)
 {
-    const auto whole = Editable::invalidRange();
-    // clang-format off
-    struct Case { const char* name; const char* style; const char* before; NumRange<double, Ordered> range; const char* after; };
-    static const Case cases[] = {
-        {"a rising line",              "1", "0=0 1=0.25 2=0.5 3=0.75 4=1",  whole, "0=0 4=1"},
-        {"a falling one with a guard", "1", "0=1 1=0.75 [2=0.5 3=0.25 4=0", whole, "0=1 [2=0.5 4=0"},
-        {"a flat one",                 "1", "0=1 1=1 2=1",                  whole, "2=1"},
-        {"a flat one behind a guard",  "1", "[0=1 1=1 2=1",                 whole, "[0=1"},
-        {"small steps, small turns",   "1", "0=0.5 0.05=0.51 0.09=0.505 2=0", whole, "0.09=0.505 2=0"},
-        {"a small step, a large turn", "1", "0=0.5 0.05=0.6 0.09=0.5 2=0",  whole, "0=0.5 0.05=0.6 0.09=0.5 2=0"},
-        {"nearly coincident nodes",    "1", "1=0 1.0000005=0.5 2=1",        whole, "1.0000005=0.5 2=1"},
-        {"a chain of them",            "3", "1=0 1.0000009=1 1.0000018=0 2=1", whole, "1.0000018=0 2=1"},
-        {"two nodes by area",          "2", "0=0 1=1",                      whole, "0=0 1=1"},
-        {"three far from a line",      "2", "0=0 1=1 2=0",                  whole, "0=0 1=1 2=0"},
-        {"three near one",             "2", "0=0 1=0.51 2=1",               whole, "0=0 2=1"},
-        {"a flat line by area",        "2", "0=1 1=1 [2=1 3=1 4=1",         whole, "0=1 [2=1 4=1"},
-        {"ends less than a microsecond apart", "1", "0=1 1=1 2=1",  {1.0, 1.0000005}, "2=1"},
-        {"a section",                  "1", "0=1 1=1 [2=1 3=1 4=1 5=1",     {1, 4}, "0=1 1=1 4=1 5=1"},
-        {"a section without nodes",    "1", "0=1 1=1 2=1",                  {7, 9}, "0=1 1=1 2=1"},
-        {"a section with an exact end", "1", "0=1 1=1 2=1 3=1 4=1",         {0.5, 3.9999999}, "0=1 1=1 3=1 4=1"},
-        {"no nodes",                   "1", "",                             whole, ""},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        const EnvironmentVariable style(kStyle, c.style);
+    for (const TableRow& c : table("levels", "simplify")) {
+        SCOPED_TRACE(c.place);
+        const EnvironmentVariable style(kStyle, c[1]);
+        const NumRange<double, Ordered> range(c.number(3), c.number(4));
         const LogCapture log;
-        AudLevelsCel levels = envelope(c.before);
-        const bool sameCount = levels.simplify(Simplification::kAll, c.range);
-        EXPECT_EQ(text(levels), c.after);
-        EXPECT_EQ(sameCount, levels.snapshot().size() == levelNodes(c.before).size());
+        AudLevelsCel levels = envelope(c[2]);
+        const bool sameCount = levels.simplify(Simplification::kAll, range);
+        EXPECT_EQ(text(levels), c[5]);
+        EXPECT_EQ(sameCount, levels.snapshot().size() == levelNodes(c[2]).size());
 
-        AudLevelsCel other = envelope(c.before);
-        EXPECT_FALSE(other.simplify(Simplification::kZeroLength, c.range)) << "no business of it";
-        EXPECT_EQ(text(other), text(envelope(c.before)));
+        AudLevelsCel other = envelope(c[2]);
+        EXPECT_FALSE(other.simplify(Simplification::kZeroLength, range)) << "no business of it";
+        EXPECT_EQ(text(other), text(envelope(c[2])));
     }
 }
 

@@ -1,4 +1,5 @@
 #include "tests/support/log_capture.h"
+#include "tests/support/table.h"
 #include "tests/support/track_notation.h"
 #include "tracks/AudCel.h"
 #include "tracks/VFXCel.h"
@@ -178,24 +179,14 @@ TYPED_TEST(KindsOfTracks, CloneToATrackOfTheirOwnUnderTheSameIdentity)
 
 TEST(VFXCel, SimplifiesBlackAndThenEmptySectionsWhateverTheFirstDid)
 {
-    struct Case
-    {
-        std::string_view before;
-        Simplification::eType type;
-        std::string_view after;
-        bool changed;
-    };
-    static const Case cases[] = {
-        {".0-2 .2-4 A4-5 B5-5 A5-6@7", Simplification::kAll, ".0-4 A4-5 A5-6@7", true},
-        {"A0-1 B1-1 A1-2@7", Simplification::kAll, "A0-1 A1-2@7", true},
-        {"A0-1 A1-2@1", Simplification::kAll, "A0-1 A1-2@1", false},
-        {"A0-1 A1-2@1", Simplification::kMatchFrameCuts, "A0-2", true},
-    };
-    for (const Case& c : cases) {
-        auto effects = handle<VFXCel>(c.before);
-        LogCapture log;
-        EXPECT_EQ(effects.simplify(c.type, Editable::invalidRange()), c.changed);
-        EXPECT_EQ(describe(*effects.getCel()), c.after);
+    for (const TableRow& c : table("track_handles", "effects")) {
+        SCOPED_TRACE(c.place);
+
+        auto effects = handle<VFXCel>(c[0]);
+        const LogCapture log;
+        const auto type = c[1] == "all" ? Simplification::kAll : Simplification::kMatchFrameCuts;
+        EXPECT_EQ(effects.simplify(type, Editable::invalidRange()), c[2] != c[0]);
+        EXPECT_EQ(describe(*effects.getCel()), c[2]);
     }
     // A range counts for all, and for nothing else.
     auto effects = handle<VFXCel>("A0-1 B1-1 C1-9");
@@ -231,89 +222,43 @@ TEST(AudCel, KeepsItsSwitchesInAClone)
 
 TEST(AudCel, SetsTheLevelOfTheShotThatHoldsATime)
 {
-    // clang-format off
-    struct Case { const char* track; double time; int which; const char* expected; };
-    static const Case cases[] = {
-        {"a0-4 b4-6", 1.0,  -1, "a0-4:0.5>1 b4-6"},
-        {"a0-4 b4-6", 1.0,  1,  "a0-4:1>0.5 b4-6"},
-        {"a0-4 b4-6", 4.0,  0,  "a0-4 b4-6:0.5"},
-        {"a0-4 b4-6", 6.0,  7,  "a0-4 b4-6:0.5"},
-        {"a0-4 b4-6", -1.0, 0,  "a0-4 b4-6"},
-        {"a0-4 b4-6", 6.1,  0,  "a0-4 b4-6"},
-        {"",          0.0,  0,  ""},
-        {"a<0",       0.0,  0,  "a<0"},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        auto sound = handle<AudCel>(c.track);
-        sound.setShotSound(c.time, static_cast<BeginEnd>(c.which), 0.5F);
-        EXPECT_EQ(describe(*sound.getCel()), c.expected) << c.track << " at " << c.time;
+    for (const TableRow& c : table("track_handles", "shot sound")) {
+        auto sound = handle<AudCel>(c[0]);
+        sound.setShotSound(c.number(1), static_cast<BeginEnd>(c.integer(2)), 0.5F);
+        EXPECT_EQ(describe(*sound.getCel()), c[3]) << c.place;
     }
     AudCel().setShotSound(0.0, kBeginAndEnd, 1.0F);
 }
 
-/// What is done to the track "a0-4 b4-8" of the tests below, and what becomes of a crossfade list.
-struct Update
+/// Does to the track "a0-4 b4-8" what a row says.
+void change(AudCel& sound, std::string_view what)
 {
-    const char* name;
-    const char* before;
-    void (*change)(AudCel& track);
-    const char* after;
-};
-
-void softerHead(AudCel& sound)
-{
-    sound.setShotSound(5.0, kBegin, 0.25F);
-}
-void softerTail(AudCel& sound)
-{
-    sound.setShotSound(1.0, kEnd, 0.25F);
-}
-void fadeHead(AudCel& sound)
-{
-    sound.setFadeLength(sound->find_ceh(4.0, in_point), 8);
-}
-void fadeHeadAndSoften(AudCel& sound)
-{
-    sound.setFadeType(sound->find_ceh(4.0, in_point), Aud::GainCurve::kSCurve);
-    fadeHead(sound);
-    softerHead(sound);
+    const ce_handle cut = sound->find_ceh(4.0, in_point);
+    if (what == "fade and softer head")
+        sound.setFadeType(cut, Aud::GainCurve::kSCurve);
+    if (what.starts_with("fade"))
+        sound.setFadeLength(cut, 8);
+    if (what.ends_with("softer head"))
+        sound.setShotSound(5.0, kBegin, 0.25F);
+    if (what == "softer tail")
+        sound.setShotSound(1.0, kEnd, 0.25F);
 }
 
 TEST(AudCel, CarriesFadesAndLevelsOverToTheCrossfadeLists)
 {
-    // clang-format off
-    static const Update cases[] = {
-        {"the level alone",                 "a0-4 b4-8",       softerHead, "a0-4 b4-8:0.25>1"},
-        {"and what ran on from the same",   "b0-4 b4-8",       softerHead, "b0-4:1>0.25 b4-8:0.25>1"},
-        {"not from another level",          "b0-4:0.5 b4-8",   softerHead, "b0-4:0.5 b4-8:0.25>1"},
-        {"not in other material",           "a0-4 b4-8",       softerTail, "a0-4:1>0.25 b4-8"},
-        {"the tail of a shot",              "a0-4 a4-8",       softerTail, "a0-4:1>0.25 a4-8:0.25>1"},
-        {"nothing in black",                "a0-4 ,4-8",       softerHead, "a0-4 ,4-8"},
-        {"nothing behind the end",          "a0-2",            softerHead, "a0-2"},
-        {"level but no fade farther off",   "a0-3 b3-8",       fadeHeadAndSoften, "a0-3 b3-8:0.25>1"},
-        {"fade and curve at the same cut",  "a0-4 b4-8",       fadeHeadAndSoften,
-                                            "a0-4 b4-8:0.25>1~8>0/3>0"},
-        {"a short section takes the level", "a0-4 c4-4 b4-8",  softerHead, "a0-4 c4-4:1>0.25 b4-8:0.25>1"},
-        {"or silence under a fade",         "a0-4 c4-4 b4-8",  fadeHead,   "a0-4 c4-4:1>0 b4-8~8>0"},
-        {"silence stays silence",           "a0-4 c4-4:0 b4-8", fadeHead,  "a0-4 c4-4:0 b4-8~8>0"},
-        {"an open section at the end",      "a0-4 b<4",        softerTail, "a0-4:1>0.25 b<4"},
-        {"a lone in point has no tail",     "a<0",             softerTail, "a<0"},
-    };
-    // clang-format on
-    for (const Update& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const TableRow& c : table("track_handles", "crossfade lists")) {
+        SCOPED_TRACE(c.place);
         auto sound = handle<AudCel>("a0-4 b4-8");
-        CrossfadeBuilder::build(sound, {}, track(c.before));
-        c.change(sound);
-        EXPECT_EQ(describe(*sound.getXFadeCel(1)), c.after);
+        CrossfadeBuilder::build(sound, {}, track(c[1]));
+        change(sound, c[2]);
+        EXPECT_EQ(describe(*sound.getXFadeCel(1)), c[3]);
         EXPECT_TRUE(sound.getXFadeCelsValid());
 
         // Lists that are not valid any more stay as they are.
-        CrossfadeBuilder::build(sound, track(c.before), track(c.before));
+        CrossfadeBuilder::build(sound, track(c[1]), track(c[1]));
         sound.invalidateXFadeCels();
-        c.change(sound);
-        EXPECT_EQ(describe(*sound.getXFadeCel(0)), describe(*track(c.before)));
+        change(sound, c[2]);
+        EXPECT_EQ(describe(*sound.getXFadeCel(0)), c[1]);
     }
 }
 
