@@ -313,7 +313,8 @@ public:
     /// Inserted and later events come to lie on the track's frames. Before 0 the track is pushed
     /// later by |at| as well; past the end the way there is filled with black.
     /// @param idMap  identifiers that the copies of the source's effect objects get.
-    /// Linear in the events from `at` on and those inserted. The source may be the track itself.
+    /// Linear in the events from `at` on and those inserted; in all events when `at` lies in a
+    /// hole or the track is its own source. The source may be the track itself.
     void insert(const Cel* source, const Range& range, double at, const IdMap& idMap);
 
     /// Overwrites the stretch from `at` that is as long as `range` with the source's material.

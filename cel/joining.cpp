@@ -3,7 +3,6 @@
 #include "cel/detail/Additions.h"
 #include "cel/detail/faults.h"
 #include "cel/detail/room.h"
-#include "cel/detail/sections.h"
 #include "platform/foundation/compare.h"
 #include "platform/support/Log.h"
 
@@ -12,7 +11,6 @@
 using cel::kEndlessTime;
 using cel::kTimeEpsilon;
 using cel::detail::fail;
-using cel::detail::isAfter;
 using cel::detail::kCelModule;
 
 namespace {

@@ -78,6 +78,10 @@ std::map<IdStamp, Kt::Ptr<Taggable>> Cel::reachableObjects(const IdStamp& root) 
 /// did, under the identifiers that the map assigns or fresh ones.
 void Cel::copyObjectTree(const IdStamp& source, const IdStamp& copyOfSource, const IdMap& idMap)
 {
+    cel::detail::ObjectJournal own;
+    cel::detail::ObjectJournal& journal = journal_ ? *journal_ : own;
+    if (journal.keeps(*objectStore(), copyOfSource))
+        return;
     const auto originals = reachableObjects(source);
     if (originals.empty())
         return;
@@ -102,15 +106,15 @@ void Cel::copyObjectTree(const IdStamp& source, const IdStamp& copyOfSource, con
     std::vector<TagBase> copies;
     for (const auto& [id, object] : originals) {
         const IdStamp& copyId = copyIds.at(id);
-        if (objectStore()->openObject(copyId).valid())
+        if (journal.keeps(*objectStore(), copyId))
             continue;
-        const auto copy = Kt::dynamicCast<Taggable>(object->clone(Streamable::builder));
+        const auto copy =
+            Kt::dynamicCast<Taggable>(journal.original(object)->clone(Streamable::builder));
         if (const auto effect = Kt::dynamicCast<Effect>(copy))
             effect->remapInputIDs(copyIds);
         copies.emplace_back(copyId, copy);
     }
-    cel::detail::ObjectJournal own;
-    (journal_ ? *journal_ : own).store(*objectStore(), copies);
+    journal.store(*objectStore(), copies);
 }
 
 void Cel::copySegmentObject(const ce_handle& h, ChannelEvent& event, const IdMap& idMap, double,

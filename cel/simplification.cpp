@@ -61,7 +61,8 @@ std::size_t Cel::mostGaps() const
     std::size_t gaps = 0;
     for (std::size_t i = 0; i < events_.size(); ++i) {
         const ChannelEvent& event = events_[i];
-        // Only where in and out points alternate are gaps what they seem: others go by index.
+        // Where in and out points do not take turns the tidying pairs events by index, so that
+        // any two of them may have a gap between.
         if (event.info() != (i % 2 == 0 ? in_point : out_point))
             return events_.size() / 2;
         const bool hole = i > 0 && i % 2 == 0 && event.edit_time() > events_[i - 1].edit_time();
@@ -133,7 +134,8 @@ void Cel::mergeCuts(const Range& range, const IsNeedless& isNeedless, RemovedObj
         const std::size_t out = pass.write - 1;
         pass.bringUp(2);
         if (qualifies(events_[out].edit_time()) && isNeedless(out)) {
-            events_[out] = events_[out + 2];
+            // What goes is the cut: the out point in front of it and the in point behind it.
+            std::swap(events_[out], events_[pass.read + 1]);
             pass.drop(2);
         } else {
             pass.settle(2);

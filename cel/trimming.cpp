@@ -90,8 +90,10 @@ double Cel::trimAux(ce_handle& h, double d, trim_type type, bool keepFrame)
     if (!check_ceh(h))
         fail("Cel::trim: ceh invalid", kCelModule, __LINE__);
     h = h.matching_in_ceh();
-    if (!check_ceh(h))
-        fail("Cel::trim: ceh invalid", kCelModule, __LINE__);
+    if (!check_ceh(h)) // without an in point in front: the complaint of what is read of it first
+        fail(keepFrame ? "Cel::get_edit_time: invalid ce_handle"
+                       : "Cel::get_strip_velocity: invalid ce_handle",
+             kCelModule, __LINE__);
     if (!std::isfinite(d))
         return 0.0;
     if (keepFrame) {

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 
-using cel::kTimeEpsilon;
 using cel::detail::effectiveSpeed;
 using cel::detail::isAfter;
 using cel::detail::levelAt;
@@ -35,6 +34,28 @@ struct Cel::InsertedMaterial::Clip
     double start;
     double end;
     double share; ///< of the section's duration
+};
+
+/// As long as it lives, objects are copied as they were before the edit.
+class Cel::InsertedMaterial::FormerObjects
+{
+public:
+    explicit FormerObjects(cel::detail::ObjectJournal* journal)
+        : journal_(journal)
+    {
+        if (journal_)
+            journal_->copiesFormerStates(true);
+    }
+    FormerObjects(const FormerObjects&) = delete;
+    FormerObjects& operator=(const FormerObjects&) = delete;
+    ~FormerObjects()
+    {
+        if (journal_)
+            journal_->copiesFormerStates(false);
+    }
+
+private:
+    cel::detail::ObjectJournal* const journal_;
 };
 
 Cel::InsertedMaterial::InsertedMaterial(Cel& track, const Range& range, double at,
@@ -74,6 +95,7 @@ double Cel::InsertedMaterial::onTrack(double sourceTime) const
 
 bool Cel::InsertedMaterial::build(const Cel* source)
 {
+    const FormerObjects former(track_.journal_);
     const double half = track_.resolution_ * 0.5;
     const bool covered = source && source->numEvents() > 0 &&
                          range_.end() > source->get_start_time() + half &&
@@ -192,15 +214,15 @@ void Cel::InsertedMaterial::shareObject(const ce_handle& source, ChannelEvent& e
 {
     const IdStamp original = source.getEffectGraph();
     const auto assigned = idMap_.find(original);
-    const bool wasThere = assigned != idMap_.end() && track_.objectStore() &&
-                          track_.objectStore()->openObject(assigned->second).valid() &&
-                          !(track_.journal_ && track_.journal_->made(assigned->second));
+    // What stands under the assigned identity is shared as it is.
+    const bool wasThere = assigned != idMap_.end() && track_.journal_ &&
+                          track_.journal_->keeps(*track_.objectStore(), assigned->second);
     shared_.emplace_back(); // room for what the hooks do
     Shared& shared = shared_.back();
     track_.copySegmentObject(source, event, idMap_, clip.share, clip.method());
     if (event.editGraph() != original && !wasThere)
         shared.made = event.editGraph();
-    if (clip.share == 1.0)
+    if (clip.share == 1.0 || wasThere)
         return;
     track_.resizeSegmentObject(event.editGraph(), clip.share, clip.method());
     shared.resized = event.editGraph();

@@ -24,7 +24,7 @@ public:
     ~InsertedMaterial();
 
     /// Builds from a source, or black alone from none. @return false when the source has no whole
-    /// section where one must be, or when there is nothing to put in.
+    /// section where one must be.
     bool build(const Cel* source);
 
     /// The events are on the track: their objects stay.
@@ -37,6 +37,7 @@ public:
 
 private:
     struct Clip;
+    class FormerObjects;
 
     /// What the hooks did to the object of one copied section.
     struct Shared

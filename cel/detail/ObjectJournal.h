@@ -6,7 +6,6 @@
 
 #include <cstddef>
 #include <set>
-#include <utility>
 #include <vector>
 
 namespace cel::detail {
@@ -19,7 +18,14 @@ public:
     ObjectJournal(const ObjectJournal&) = delete;
     ObjectJournal& operator=(const ObjectJournal&) = delete;
 
-    /// Stores objects under identities that had none: all of them, or none when that fails.
+    /// Objects that go when the edit is complete: until then they stand, and yet their identities
+    /// count as free.
+    void goesInTheEnd(const IdStamp& id) { going_.insert(id); }
+
+    /// Whether an object stands under an identity and stays there.
+    bool keeps(TagBag& store, const IdStamp& id) const;
+
+    /// Stores objects under free identities: all of them, or none when that fails.
     void store(TagBag& store, const std::vector<TagBase>& objects);
 
     /// Whether the edit stored an object under an identity.
@@ -28,15 +34,32 @@ public:
     /// Remembers the state of an object that is about to change, unless the edit made it.
     void remember(const IdStamp& id, const Kt::Ptr<Taggable>& object);
 
+    /// While material is put in, copies are made of objects as they were before the edit: what its
+    /// cuts did to the track's own is no change of the material.
+    void copiesFormerStates(bool copies) { copiesFormerStates_ = copies; }
+
+    /// What to copy an object from.
+    Kt::Ptr<Taggable> original(const Kt::Ptr<Taggable>& object) const;
+
     /// Destroys what was stored, the last first, and gives back what changed its former state.
     void takeBack(TagBag& store) noexcept;
 
 private:
+    struct Former
+    {
+        Kt::Ptr<Taggable> object;
+        Kt::Ptr<Taggable> state;
+    };
+
+    const Former* formerOf(const Kt::Ptr<Taggable>& object) const;
     void destroyMade(TagBag& store, std::size_t from) noexcept;
 
     std::vector<IdStamp> made_; ///< in their order
     std::set<IdStamp> known_;   ///< the same, to look them up
-    std::vector<std::pair<Kt::Ptr<Taggable>, Kt::Ptr<Taggable>>> former_; ///< object, its state
+    std::set<IdStamp> going_;
+    std::vector<TagBase> displaced_; ///< those of them whose identities were given away
+    std::vector<Former> former_;     ///< what the edit changed
+    bool copiesFormerStates_ = false;
 };
 
 } // namespace cel::detail

@@ -34,7 +34,7 @@ void Cel::RangeEdit::finish()
 {
     finished_ = true;
     for (const ChannelEvent& event : taken_)
-        if (event.info() & in_point)
+        if ((event.info() & in_point) && !journal_.made(event.editGraph()))
             track_.destroySegmentObject(event.editGraph());
 }
 
@@ -117,6 +117,11 @@ void Cel::RangeEdit::takeOut(int first, int pairs)
     timesBehind_.reserve(static_cast<std::size_t>(track_.events_.end() - end));
     std::transform(end, track_.events_.end(), std::back_inserter(timesBehind_),
                    [](const ChannelEvent& event) { return event.edit_time(); });
+    if (track_.objectStore())
+        std::for_each(begin, end, [this](const ChannelEvent& event) {
+            if (event.info() & in_point)
+                journal_.goesInTheEnd(event.editGraph());
+        });
     taken_.assign(begin, end);
     takenFrom_ = static_cast<std::size_t>(first);
     cutsBeforeTaking_ = cuts_.size();

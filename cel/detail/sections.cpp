@@ -1,7 +1,6 @@
 #include "cel/detail/sections.h"
 
 #include "cel/detail/faults.h"
-#include "cel/detail/grid.h"
 
 #include <algorithm>
 #include <cmath>

@@ -91,9 +91,12 @@ double ModelTrack::trim(int index, double d, int type, bool keepFrame)
 {
     if (events.empty())
         return d;
-    const int in = index < size() ? matchingIn(index) : -1;
-    if (in < 0)
+    if (index < 0 || index >= size())
         throw std::runtime_error("Cel::trim: ceh invalid");
+    const int in = matchingIn(index);
+    if (in < 0)
+        throw std::runtime_error(keepFrame ? "Cel::get_edit_time: invalid ce_handle"
+                                           : "Cel::get_strip_velocity: invalid ce_handle");
     if (!std::isfinite(d))
         return 0;
     const int out = matchingOut(in);
