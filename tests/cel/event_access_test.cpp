@@ -72,36 +72,6 @@ TEST(Access, NamesTheOperationThatAnInvalidHandleReached)
     EXPECT_EQ(ce_handle(cel, 99).time_in_range(1), 1); // the position does not matter
 }
 
-TEST(Access, SettersChangeTheOneEventAndMarkTheTrack)
-{
-    using Set = void (*)(ce_handle&);
-    // clang-format off
-    struct Case { Set set; const char* expected; };
-    const Case cases[] = {
-        {[](ce_handle& h) { h.set_edit_time(1); },           "A<0*2 B=1@5*2 A>4@8*2"},
-        {[](ce_handle& h) { h.set_edit_time(3, true); },     "A<0*2 B=3@7*2 A>4@8*2"},
-        {[](ce_handle& h) { h.set_strip_time(9); },          "A<0*2 B=2@9*2 A>4@8*2"},
-        {[](ce_handle& h) { h.set_start_strip_time(9); },    "A<0@9*2 B=2@13*2 A>4@17*2"},
-        {[](ce_handle& h) { h.set_strip_velocity(3); },      "A<0*2 B=2@5*3 A>4@8*2"},
-        {[](ce_handle& h) { h.set_strip_level(0.5F); },      "A<0*2 B=2@5*2:0.5 A>4@8*2"},
-        {[](ce_handle& h) { h.set_strip_cookie(material('C')); }, "A<0*2 C=2@5*2 A>4@8*2"},
-        {[](ce_handle& h) { h.set_dmod_code(19); },          "A<0*2 B=2@5*2%3 A>4@8*2"},
-        {[](ce_handle& h) { h.set_audioRamp_DurationQFrames(99999); }, "A<0*2 B=2@5*2~16383 A>4@8*2"},
-        {[](ce_handle& h) { h.set_audioRamp_CurveType(7); }, "A<0*2 B=2@5*2/3 A>4@8*2"},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        const Kt::Ptr<Cel> cel = track("A<0*2 B=2@5*2 A>4@8*2");
-        ce_handle h(cel, 1);
-        c.set(h);
-        EXPECT_EQ(describe(*cel), c.expected);
-        EXPECT_EQ(cel->is_dirty(), 1) << c.expected;
-    }
-    const Kt::Ptr<Cel> open = track("A<0 A=1@1");
-    ce_handle(open, 1).set_start_strip_time(9); // no whole section, nothing to slip
-    EXPECT_EQ(describe(*open), "A<0 A=1@1");
-}
-
 TEST(Access, FollowsTheStripAndLevelLinesOfASection)
 {
     // in 0, change 1, out 2, in 3, out 4; the second one stands still

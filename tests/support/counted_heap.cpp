@@ -97,3 +97,9 @@ bool cel::test::FailingAllocations::happened()
 {
     return hasFailed;
 }
+
+void cel::test::FailingAllocations::countOne()
+{
+    if (isToFail())
+        throw std::bad_alloc();
+}

@@ -32,6 +32,9 @@ public:
 
     /// Whether one failed.
     static bool happened();
+
+    /// Counts as an allocation. @throws std::bad_alloc when it is one that is to fail.
+    static void countOne();
 };
 
 } // namespace cel::test
