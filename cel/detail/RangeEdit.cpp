@@ -135,8 +135,9 @@ void Cel::RangeEdit::insert(const Cel* source, const Range& range, double at, co
     auto place = cel::detail::placeOfInsertion(track_.events_, at, track_.resolution_);
     const bool nothing = !(toGrid(range.length(), track_.resolution_) > 0.0);
     const bool showsSteps = track_.keepsSegmentObjects();
-    const bool cutsFirst =
-        place.cut.kind == CutPlace::insideSection && (nothing || showsSteps || !isPlain(place.cut));
+    const bool splitsOpen = track_.pendingInIndex_ >= 0 && track_.pendingInIndex_ == place.cut.in;
+    const bool cutsFirst = place.cut.kind == CutPlace::insideSection &&
+                           (nothing || showsSteps || splitsOpen || !isPlain(place.cut));
     // A track put into itself is read as it was before.
     const bool readsItself = source == &track_ && (cutsFirst || showsSteps);
     const Kt::Ptr<Cel> snapshot = readsItself ? track_.snapshotForHooks() : Kt::Ptr<Cel>();
