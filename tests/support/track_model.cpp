@@ -7,10 +7,28 @@ namespace cel::test {
 
 using namespace model;
 
-ModelId freshModelId()
+ModelEvent::ModelEvent(const ChannelEvent& event)
+    : edit(event.edit_time())
+    , strip(event.strip_time())
+    , level(event.level_sc())
+    , velocity(event.velocity())
+    , material(event.strip_name())
+    , kind(event.info())
+    , modifier(event.varispeed_display_modifier())
+    , active(event.isActive())
+    , trim(event.get_trim_type())
+    , modification(event.get_ChannelEventModification())
+    , ramp(event.audioRamp_DurationQFrames())
+    , curve(event.audioRamp_CurveType())
+    , id(event.editGraph())
 {
-    static int last = 0;
-    return {++last, 1};
+}
+
+ModelTrack::ModelTrack(const Cel& track)
+    : resolution(track.get_resolution())
+{
+    for (const ChannelEvent& event : track.events())
+        events.emplace_back(event);
 }
 
 // ---- the list ---------------------------------------------------------------------------------
@@ -203,7 +221,7 @@ int ModelTrack::cut(double t)
         return -1;
 
     ModelEvent firstIn = at(in);
-    firstIn.id = freshModelId();
+    firstIn.id = freshId();
     firstIn.trim = 0;
     firstIn.modification = 0;
     limitRamp(firstIn, t - firstIn.edit);
@@ -300,8 +318,9 @@ std::vector<ModelEvent> ModelTrack::materialOf(const ModelTrack* source, const R
             }
             if ((i == in && tailCut) || (i == out && (headCut || tailCut)))
                 limitRamp(e, to - from);
-            if (i == out || (i == in && (!any || (e.id.magic == 1 && !e.material.isBlack()))))
-                e.id = freshModelId();
+            if (i == out ||
+                (i == in && (!any || (e.id.getMagicType() == 1 && !e.material.isBlack()))))
+                e.id = freshId();
             result.push_back(e);
         }
         any = true;
@@ -379,7 +398,7 @@ void ModelTrack::replace(const ModelTrack* source, const Range& range, double pl
         return;
     const ModelTrack before = source ? *source : *this;
     int kept = -1;
-    ModelId effect;
+    IdStamp effect(0, 0, 0);
     const int from = source ? before.find(range.start() + kNear, kIn) : -1;
     const int onto = find(place + kNear, kIn);
     if (flags == 0 && place >= 0 && from >= 0 && onto >= 0 && before.matchingOut(from) >= 0 &&
@@ -390,13 +409,13 @@ void ModelTrack::replace(const ModelTrack* source, const Range& range, double pl
         const ModelEvent& out = at(matchingOut(onto));
         const bool covers =
             !after(sourceIn.edit, range.start()) && !after(range.end(), sourceOut.edit);
-        const bool material =
-            sourceIn.id.magic <= 1 && !sourceIn.material.isEffect() && !sourceIn.material.isBlack();
-        if (covers && material && (in.id.magic == 0 || in.id.magic == 3) &&
+        const bool material = sourceIn.id.getMagicType() <= 1 && !sourceIn.material.isEffect() &&
+                              !sourceIn.material.isBlack();
+        if (covers && material && (in.id.getMagicType() == 0 || in.id.getMagicType() == 3) &&
             same(sourceOut.edit - sourceIn.edit, out.edit - in.edit)) {
             kept = onto;
             effect = in.id;
-            at(onto).id = freshModelId();
+            at(onto).id = freshId();
         }
     }
     const double end = place + range.length();
@@ -406,7 +425,7 @@ void ModelTrack::replace(const ModelTrack* source, const Range& range, double pl
         remove(Range(0, end));
     if (!same(range.start(), range.end()))
         insert(source ? &before : nullptr, range, std::max(place, 0.0));
-    if (effect.number != 0 && kept < size())
+    if (effect.valid() && kept < size())
         at(kept).id = effect;
 }
 
@@ -469,10 +488,8 @@ ModelTrack ModelTrack::extract(double start, double end, unsigned flags, unsigne
     if (closing < 0 || after(start, end))
         return result;
 
-    const bool fresh = (flags & 4) == 0 && at(first).id.magic == 1;
-    const auto idOf = [&](int i) {
-        return fresh || at(i).id.number == 0 ? freshModelId() : at(i).id;
-    };
+    const bool fresh = (flags & 4) == 0 && at(first).id.getMagicType() == 1;
+    const auto idOf = [&](int i) { return fresh || !at(i).id.valid() ? freshId() : at(i).id; };
     ModelEvent in = event(kIn, start, stripAt(first, start), at(first).material, 220966);
     in.level = levelAt(first, start);
     in.modifier = at(first).modifier;

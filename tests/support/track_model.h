@@ -1,8 +1,6 @@
 #pragma once
 
-#include "platform/foundation/NumRange.h"
-#include "platform/support/Cookie.h"
-#include "tracks/Editable.h"
+#include "tests/support/edit_notation.h"
 
 #include <optional>
 #include <set>
@@ -14,16 +12,11 @@
 /// it. It covers tracks whose events stand in order; strip times and levels are numbers.
 namespace cel::test {
 
-/// An identifier, by the order of its making; 0 is the null identifier.
-struct ModelId
-{
-    int number = 0;
-    int magic = 0;
-    bool operator==(const ModelId&) const = default;
-};
-
 struct ModelEvent
 {
+    ModelEvent() = default;
+    explicit ModelEvent(const ChannelEvent& event);
+
     double edit = 0;
     double strip = 0;
     float level = 1;
@@ -36,18 +29,19 @@ struct ModelEvent
     unsigned modification = 0;
     unsigned ramp = 0;
     int curve = 0;
-    ModelId id;
+    IdStamp id{0, 0, 0};
 };
 
 class ModelTrack
 {
 public:
-    using Range = NumRange<double, Ordered>;
+    using Range = Cel::Range;
 
     explicit ModelTrack(double frame = 0.04)
         : resolution(frame)
     {
     }
+    explicit ModelTrack(const Cel& track);
 
     double resolution;
     std::vector<ModelEvent> events;
@@ -125,7 +119,9 @@ private:
     void simplifyZeroLength(const Range& range);
 };
 
-/// An identifier that was never there before, of magic type 1.
-ModelId freshModelId();
+/// Does an edit to a model, as the track does it.
+/// @return what it answers. Faults are thrown as std::runtime_error, and std::out_of_range where
+/// the model has nothing to say: level changes broke the pairs that it walks over.
+std::string run(const EditLine& edit, ModelTrack& edited, const ModelTrack& other);
 
 } // namespace cel::test

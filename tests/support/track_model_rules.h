@@ -38,6 +38,14 @@ inline bool qualifies(const ModelTrack::Range& range, double t)
            (t >= range.start() - kNear && t <= range.end() + kNear);
 }
 
+/// An identifier that was never there before, of magic type 1.
+inline IdStamp freshId()
+{
+    IdStamp id;
+    id.setMagicType(1);
+    return id;
+}
+
 inline ModelEvent event(int kind, double edit, double strip, const Cookie& material,
                         double velocity)
 {
@@ -47,7 +55,7 @@ inline ModelEvent event(int kind, double edit, double strip, const Cookie& mater
     made.strip = strip;
     made.material = material;
     made.velocity = float(velocity);
-    made.id = freshModelId();
+    made.id = freshId();
     return made;
 }
 

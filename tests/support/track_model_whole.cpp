@@ -230,7 +230,7 @@ ModelTrack ModelTrack::reverse() const
     }
     for (std::size_t i = 0; i + 1 < result.events.size(); ++i) {
         result.events[i].id = result.events[i + 1].id;
-        result.events[i + 1].id = {};
+        result.events[i + 1].id = IdStamp(0, 0, 0);
     }
     return result;
 }
@@ -319,7 +319,8 @@ bool ModelTrack::removable(int i, int mode) const
         (d1 > 0 && d2 > 0 &&
          differ(double(out.level - in.level) / d1, double(nextOut.level - nextIn.level) / d2)))
         return false;
-    return in.id.magic == 1 && nextIn.id.magic == 1 && out.ramp == 0 && nextIn.ramp == 0;
+    return in.id.getMagicType() == 1 && nextIn.id.getMagicType() == 1 && out.ramp == 0 &&
+           nextIn.ramp == 0;
 }
 
 void ModelTrack::mergeCuts(const Range& range, int mode)
@@ -359,6 +360,9 @@ void ModelTrack::simplifyBlack(const Range& range)
             continue;
         const bool hole = after(in.edit, out.edit);
         int longer = matchingIn(i);
+        const bool whole = longer >= 0 && matchingOut(i + 1) >= 0;
+        if (!whole && (out.material.isBlack() || in.material.isBlack()))
+            continue;
         if (out.material.isBlack() && in.material.isBlack()) {
             at(matchingOut(i + 1)).material = at(longer).material;
             take(i);
