@@ -220,7 +220,8 @@ void Cel::InsertedMaterial::shareObject(const ce_handle& source, ChannelEvent& e
     shared_.emplace_back(); // room for what the hooks do
     Shared& shared = shared_.back();
     track_.copySegmentObject(source, event, idMap_, clip.share, clip.method());
-    if (event.editGraph() != original && !wasThere)
+    // One that this edit brought along with another is still this section's to give up.
+    if (event.editGraph() != original && (!wasThere || track_.journal_->made(event.editGraph())))
         shared.made = event.editGraph();
     if (clip.share == 1.0 || wasThere)
         return;
