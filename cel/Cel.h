@@ -3,6 +3,7 @@
 #include "cel/ChannelEvent.h"
 #include "cel/Simplification.h"
 #include "cel/ce_handle.h"
+#include "platform/audio/GainCurve.h"
 #include "platform/export.h"
 #include "platform/foundation/CriticalSection.h"
 #include "platform/foundation/LightweightString.h"
@@ -434,6 +435,78 @@ public:
     bool isEmpty(const Range& range) const;
     bool is_essentially_empty() const;
 
+    // ---- two rolls ---------------------------------------------------------------------------
+    // A shot is a section that plays something and has a length; everything else is black here.
+
+    struct Rolls; ///< two tracks, `a` and `b`
+
+    /// Lays the shots in turn on two new tracks of this one's extent, black opposite each.
+    ///
+    ///     |  1  |  2  |black| 3 |   ->   a  |  1  |   black   | 3 |
+    ///                                    b  |black|  2  |  black  |
+    /// Black changes no turn. What is neither black nor a shot is left out; of such sections of no
+    /// length the first is logged (`checkForZeroUtrs`). The shots keep all their values but the
+    /// identifiers of temporary effects; effect objects are copied in the track's store, to which
+    /// the rolls belong as well. One pass.
+    Rolls chequerboard() const;
+
+    /// The way back: the shots of both rolls on one new track, black where both rest. Shots that
+    /// overlap meet in the middle of the overlap, in whole frames from its start.
+    ///
+    ///     a  |  1  ----|  black  |   ->   |  1   |   2   |
+    ///     b  | black |---   2    |
+    /// The track belongs to the store of `a`; effect objects are copied as by `chequerboard`.
+    /// @throws Kt::Exception::RuntimeError "Cel::cheq_merge: a shot lies within another" when one
+    /// does, and "Cel::cheq_merge: rolls of different resolution". One pass over both.
+    static Kt::Ptr<Cel> cheq_merge(const Cel& a, const Cel& b);
+
+    enum WidenedEnds : int { kWidenHeads = 1, kWidenTails = 2 };
+
+    /// Gives the shots handles: each goes on into the black (or hole) in front of it by `before`
+    /// seconds and behind it by `after`, to the nearest frame and as far as there is room.
+    ///
+    ///     | black |  1  | black |   ->   |bl|--  1  --|bl|
+    /// Strip times and levels go on along the shot's line, so that inside nothing plays
+    /// differently; no handle begins before material time 0 or goes where the level would leave
+    /// the gain curve. Two shots share the black between them: each has half, and what the other
+    /// leaves. Black that is used up goes; the track's extent stays.
+    /// @param which  `WidenedEnds` that may grow.
+    /// @return how many ends grew.
+    /// @throws Kt::Exception::RuntimeError "Cel::cheq_widen_cel: negative handle"; also what the
+    /// hooks throw, then the track is as it was. One pass.
+    int cheq_widen_cel(double before, double after, int which);
+
+    // ---- crossfades --------------------------------------------------------------------------
+    // At a cut where a shot meets a shot, the outgoing one fades down and the incoming one up: both
+    // events carry the same ramp, so many quarter frames of a curve.
+    //
+    //     |    1   \\|//  2    | black |
+    //
+    // A crossfade is no longer than either of its shots. Fades from and to black are none.
+
+    /// Crossfades the cut at `t`.
+    /// @param seconds  its length, limited by both shots; it is cut off to a quarter frame.
+    /// @return its quarter frames; 0 where shots do not meet, or are too short.
+    /// @throws Kt::Exception::RuntimeError "Cel::cfade: negative length". O(log n).
+    unsigned cfade(double t, double seconds, Aud::GainCurve::eCurveType curve);
+
+    /// Takes the ramps at the cut at `t` away. @return whether there were any. O(log n).
+    bool cfade_removal(double t);
+
+    /// The same at every cut between shots. @return how many have a crossfade now, or had ramps.
+    /// @throws Kt::Exception::RuntimeError "Cel::crossfade_whole: negative length". One pass.
+    int crossfade_whole(double seconds, Aud::GainCurve::eCurveType curve);
+    int crossfade_removal_whole();
+
+    /// Whether any event at a cut between shots has a ramp. One pass.
+    bool crossfades_exist() const;
+
+    /// Rolls to work crossfades on, as `AudCel` keeps them: those of `chequerboard`, where each
+    /// end of a shot meets a black section of no length that tells where its fade comes from or
+    /// goes to: silence at a ramp, else the level of the end. Level changes inside shots are left
+    /// out; objects are not copied, and the lists belong to no store. One pass.
+    Rolls cfade_lists() const;
+
     // ---- text edit list --------------------------------------------------------------------
 
     /// Appends the track as text lines in the frame units of a television standard. The track
@@ -548,6 +621,9 @@ private:
     class Compaction;
     class BlackJoining;
     class RemovedObjects;
+    class RollBuilder;
+    class RollMerger;
+    class Widening;
 
     cel::detail::CutPlace placeOfCut(double t) const;
 
@@ -637,4 +713,11 @@ private:
     LightweightString<char> editChannelSubType_;
     LightweightString<char> editChannelMaterialInfo_;
     mutable std::int32_t packRevision_ = 0; ///< revision of the layer last written or being read
+};
+
+/// What laying a track out on two rolls gives; never null.
+struct Cel::Rolls
+{
+    Kt::Ptr<Cel> a;
+    Kt::Ptr<Cel> b;
 };

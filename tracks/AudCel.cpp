@@ -1,5 +1,7 @@
 #include "tracks/AudCel.h"
 
+#include "tracks/CrossfadeBuilder.h"
+
 #include <cmath>
 #include <iterator>
 
@@ -220,4 +222,52 @@ void AudCel::updateXFadeCels(const ce_handle& h) const
         if (x.valid())
             carryOver(h, x, tolerance);
     }
+}
+
+// ---- crossfades -------------------------------------------------------------------------------
+
+template <class Change>
+auto AudCel::changeCrossfades(const Change& change)
+{
+    const Kt::Ptr<Cel> cel = getCel();
+    if (!cel)
+        return decltype(change(*cel))();
+    // What may fail comes before the track changes.
+    Cel::Rolls lists;
+    if (getXFadesEnabled()) {
+        const Kt::Ptr<Cel> ahead(new Cel(*cel));
+        change(*ahead);
+        lists = ahead->cfade_lists();
+    }
+    const auto answer = change(*cel);
+    modification();
+    if (getXFadesEnabled())
+        cel::CrossfadeBuilder::set(*this, lists.a, lists.b);
+    return answer;
+}
+
+unsigned AudCel::cfade(double t, double seconds, Aud::GainCurve::eCurveType curve)
+{
+    return changeCrossfades([=](Cel& track) { return track.cfade(t, seconds, curve); });
+}
+
+bool AudCel::cfade_removal(double t)
+{
+    return changeCrossfades([=](Cel& track) { return track.cfade_removal(t); });
+}
+
+int AudCel::crossfade_whole(double seconds, Aud::GainCurve::eCurveType curve)
+{
+    return changeCrossfades([=](Cel& track) { return track.crossfade_whole(seconds, curve); });
+}
+
+int AudCel::crossfade_removal_whole()
+{
+    return changeCrossfades([](Cel& track) { return track.crossfade_removal_whole(); });
+}
+
+bool AudCel::crossfades_exist() const
+{
+    const Kt::Ptr<Cel> cel = getCel();
+    return cel && cel->crossfades_exist();
 }

@@ -15,8 +15,10 @@ enum BeginEnd : int { kBegin = -1, kEnd = 1, kBeginAndEnd = 0 };
 /// Handle on an audio track: an event list, its switches, the identity of the level envelope that
 /// belongs to it, and two working lists of its crossfades.
 ///
-/// The working lists are made outside the library. As long as they are valid, changes of fades and
-/// levels through this handle are carried over to them; any edit makes them invalid.
+/// The working lists are the track on two rolls, where the fades of neighbours can be worked side
+/// by side; `cel::CrossfadeBuilder` makes them, and an editor may make its own. As long as they are
+/// valid, changes of fades and levels through this handle are carried over to them; any edit makes
+/// them invalid, but for those of crossfades, which make them anew.
 class CEL_API AudCel : public ManagedCel
 {
 public:
@@ -63,6 +65,16 @@ public:
     /// there is none.
     void setShotSound(double time, BeginEnd which, float level);
 
+    // ---- crossfades: those of the list, see `Cel` -------------------------------------------
+    // Each change makes the working lists anew while crossfades are worked on the track, else
+    // invalid. Nothing has changed when one throws; handles without a list have no cuts.
+
+    unsigned cfade(double t, double seconds, Aud::GainCurve::eCurveType curve);
+    bool cfade_removal(double t);
+    int crossfade_whole(double seconds, Aud::GainCurve::eCurveType curve);
+    int crossfade_removal_whole();
+    bool crossfades_exist() const;
+
 protected:
     void modification() override;
 
@@ -77,6 +89,9 @@ private:
 
     /// Shares both lists, which reflect the track from now on.
     void setXFadeCels(const Kt::Ptr<Cel>* cels);
+
+    template <class Change>
+    auto changeCrossfades(const Change& change);
 
     void setLevel(ce_handle& h, float level);
     void updateXFadeCels(const ce_handle& h) const;

@@ -250,5 +250,17 @@ TEST(RefusedEdits, HappenOrDoNot)
     EXPECT_GT(failures, 5000) << "little is left that may be refused";
 }
 
+TEST(Rolls, HaveTheirOwnEffectsWhichFollowTheHandlesOfTheirShots)
+{
+    const Kt::Ptr<Cel> pattern = track(".0-4 A4-8#2@9 .8-12");
+    Scene scene(*pattern, *pattern, {false, true});
+    const Cel::Rolls rolls = scene.track->chequerboard();
+    const IdStamp own = rolls.a->get_event(2).editGraph();
+    EXPECT_EQ(rolls.a->objectStore(), &scene.store);
+    rolls.a->cheq_widen_cel(1, 2, Cel::kWidenHeads | Cel::kWidenTails);
+    EXPECT_DOUBLE_EQ(scene.store.objects.at(own)->seconds, 2 * 7.0 / 4);
+    EXPECT_DOUBLE_EQ(scene.store.objects.at(IdStamp(2, 0, 0))->seconds, 2);
+}
+
 } // namespace
 } // namespace cel::test

@@ -50,6 +50,12 @@ struct Call
         return map;
     }
 
+    Aud::GainCurve::eCurveType curve(std::size_t index) const
+    {
+        return Aud::GainCurve::eCurveType(integer(index));
+    }
+    void rolls(const Cel::Rolls& made) { edited = line.text(0) == "a" ? made.a : made.b; }
+
     void answers(double value) { answer = numberText(value); }
     void answers(const ce_handle& h) { answers(double(h.valid() ? h.get_index() : -1)); }
 };
@@ -127,6 +133,15 @@ constexpr Operation kOperations[] = {
     {"simplified",      [](Call& c) { c.edited = c.track().simplify(c.integer(0), c.flag(1), c.flag(2)); }},
     {"simplifiedBlack", [](Call& c) { c.edited = c.track().simplify_black(c.range(0)); }},
     {"hasBlack",        [](Call& c) { c.answers(c.track().canSimplifyBlack()); }},
+    {"roll",            [](Call& c) { c.rolls(c.track().chequerboard()); }},
+    {"fadeList",        [](Call& c) { c.rolls(c.track().cfade_lists()); }},
+    {"merge",           [](Call& c) { c.edited = Cel::cheq_merge(c.track(), *c.source(0)); }},
+    {"widen",           [](Call& c) { c.answers(c.track().cheq_widen_cel(c.number(0), c.number(1), c.integer(2))); }},
+    {"cfade",           [](Call& c) { c.answers(c.track().cfade(c.number(0), c.number(1), c.curve(2))); }},
+    {"cfadeRemoval",    [](Call& c) { c.answers(c.track().cfade_removal(c.number(0))); }},
+    {"crossfade",       [](Call& c) { c.answers(c.track().crossfade_whole(c.number(0), c.curve(1))); }},
+    {"crossfades",      [](Call& c) { c.answers(c.track().crossfades_exist()); }},
+    {"uncrossfade",     [](Call& c) { c.answers(c.track().crossfade_removal_whole()); }},
     {"tidy",            [](Call& c) { c.track().simplifyTidy(c.range(0)); }},
 };
 // clang-format on

@@ -1,7 +1,7 @@
 #include "tests/support/log_capture.h"
 #include "tests/support/table.h"
 #include "tests/support/track_notation.h"
-#include "tracks/AudCel.h"
+#include "tracks/CrossfadeBuilder.h"
 #include "tracks/VFXCel.h"
 #include "tracks/VidCel.h"
 
@@ -10,20 +10,7 @@
 #include <limits>
 #include <type_traits>
 
-namespace cel {
-
-/// Fills the working lists, as an editor's builder of crossfades does.
-class CrossfadeBuilder
-{
-public:
-    static void build(AudCel& track, const Kt::Ptr<Cel>& first, const Kt::Ptr<Cel>& second)
-    {
-        const Kt::Ptr<Cel> lists[] = {first, second};
-        track.setXFadeCels(lists);
-    }
-};
-
-namespace test {
+namespace cel::test {
 namespace {
 
 static_assert(sizeof(VidCel) == sizeof(ManagedCel) && sizeof(AudCel) == sizeof(ManagedCel));
@@ -205,7 +192,7 @@ TEST(AudCel, KeepsItsSwitchesInAClone)
     sound.setSoundOutputEnabled(true);
     sound.setXFadesEnabled(false);
     sound.setLevelsChanID(envelope);
-    CrossfadeBuilder::build(sound, track("a0-4"), {});
+    CrossfadeBuilder::set(sound, track("a0-4"), {});
     const AudCel twin = sound.clone();
     EXPECT_TRUE(twin.getSoundOutputEnabled());
     EXPECT_FALSE(twin.getXFadesEnabled() || twin.getXFadeCelsValid() || twin.getXFadeCel(0));
@@ -249,13 +236,13 @@ TEST(AudCel, CarriesFadesAndLevelsOverToTheCrossfadeLists)
     for (const TableRow& c : table("track_handles", "crossfade lists")) {
         SCOPED_TRACE(c.place);
         auto sound = handle<AudCel>("a0-4 b4-8");
-        CrossfadeBuilder::build(sound, {}, track(c[1]));
+        CrossfadeBuilder::set(sound, {}, track(c[1]));
         change(sound, c[2]);
         EXPECT_EQ(describe(*sound.getXFadeCel(1)), c[3]);
         EXPECT_TRUE(sound.getXFadeCelsValid());
 
         // Lists that are not valid any more stay as they are.
-        CrossfadeBuilder::build(sound, track(c[1]), track(c[1]));
+        CrossfadeBuilder::set(sound, track(c[1]), track(c[1]));
         sound.invalidateXFadeCels();
         change(sound, c[2]);
         EXPECT_EQ(describe(*sound.getXFadeCel(0)), c[1]);
@@ -265,7 +252,7 @@ TEST(AudCel, CarriesFadesAndLevelsOverToTheCrossfadeLists)
 TEST(AudCel, LeavesTheListsAloneForWhatIsNotRecorded)
 {
     auto sound = handle<AudCel>("a0-4 ,4-8");
-    CrossfadeBuilder::build(sound, track("a0-4 b4-8"), {});
+    CrossfadeBuilder::set(sound, track("a0-4 b4-8"), {});
     sound.setShotSound(5.0, kBeginAndEnd, 0.25F);
     EXPECT_EQ(describe(*sound.getXFadeCel(0)), "a0-4 b4-8");
 
@@ -277,7 +264,7 @@ TEST(AudCel, LeavesTheListsAloneForWhatIsNotRecorded)
 TEST(AudCel, RefusesAHandleOnNoEvent)
 {
     auto sound = handle<AudCel>("a0-4");
-    CrossfadeBuilder::build(sound, track("a0-4"), {});
+    CrossfadeBuilder::set(sound, track("a0-4"), {});
     EXPECT_THROW(sound.setFadeLength({}, 8), Kt::Exception::RuntimeError);
     EXPECT_THROW(sound.setFadeType({}, Aud::GainCurve::kLinear), Kt::Exception::RuntimeError);
     sound.setFadeLength(sound->get_start_ceh(), 65535);
@@ -285,5 +272,4 @@ TEST(AudCel, RefusesAHandleOnNoEvent)
 }
 
 } // namespace
-} // namespace test
-} // namespace cel
+} // namespace cel::test
