@@ -6,7 +6,7 @@ namespace cel::detail {
 
 bool ObjectJournal::keeps(TagBag& store, const IdStamp& id) const
 {
-    return store.openObject(id).valid() && (!going_.contains(id) || made(id));
+    return store.openObject(id).valid() && !goes(id);
 }
 
 void ObjectJournal::store(TagBag& store, const std::vector<TagBase>& objects)
@@ -14,9 +14,10 @@ void ObjectJournal::store(TagBag& store, const std::vector<TagBase>& objects)
     const std::size_t before = made_.size();
     try {
         for (const TagBase& tag : objects) {
-            const TagBase displaced = store.openObject(tag.id());
-            if (displaced.valid())
-                displaced_.push_back(displaced);
+            if (goes(tag.id())) {
+                displaced_.push_back(store.openObject(tag.id()));
+                going_.erase(tag.id());
+            }
             // Noted first: to destroy what is not there does nothing.
             made_.push_back(tag.id());
             known_.insert(tag.id());

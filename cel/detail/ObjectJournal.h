@@ -22,6 +22,9 @@ public:
     /// count as free.
     void goesInTheEnd(const IdStamp& id) { going_.insert(id); }
 
+    /// Whether its object still goes: nothing was stored under its identity since.
+    bool goes(const IdStamp& id) const { return going_.contains(id); }
+
     /// Whether an object stands under an identity and stays there.
     bool keeps(TagBag& store, const IdStamp& id) const;
 

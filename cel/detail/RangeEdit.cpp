@@ -33,9 +33,11 @@ Cel::RangeEdit::~RangeEdit()
 void Cel::RangeEdit::finish()
 {
     finished_ = true;
-    for (const ChannelEvent& event : taken_)
-        if ((event.info() & in_point) && !journal_.made(event.editGraph()))
+    for (const ChannelEvent& event : taken_) {
+        const bool isFree = !track_.objectStore() || journal_.goes(event.editGraph());
+        if ((event.info() & in_point) && isFree)
             track_.destroySegmentObject(event.editGraph());
+    }
 }
 
 // ---- cutting ------------------------------------------------------------------------------------

@@ -262,5 +262,28 @@ TEST(Rolls, HaveTheirOwnEffectsWhichFollowTheHandlesOfTheirShots)
     EXPECT_DOUBLE_EQ(scene.store.objects.at(IdStamp(2, 0, 0))->seconds, 2);
 }
 
+/// The seconds of the sections' objects, and how many objects there are in all.
+std::string objectsOf(const Scene& scene)
+{
+    std::string text;
+    for (const ChannelEvent& event : scene.track->events())
+        if (const auto found = scene.store.objects.find(event.editGraph());
+            (event.info() & in_point) && !event.strip_name().isBlack())
+            text += found == scene.store.objects.end() ? "- "
+                                                       : numberText(found->second->seconds) + " ";
+    return text + "of " + std::to_string(scene.store.objects.size());
+}
+
+TEST(StoredObjects, AreCopiedAsTheyWereBeforeTheEdit)
+{
+    for (const TableRow& row : table("refused_edits", "objects")) {
+        SCOPED_TRACE(row.place);
+        Scene scene(*track(row[0]), *track("Z0-1"), {false, true});
+        for (const EditLine& edit : editLines(row[1]))
+            run(edit, scene.track);
+        EXPECT_EQ(objectsOf(scene), row[2]);
+    }
+}
+
 } // namespace
 } // namespace cel::test
