@@ -1,10 +1,10 @@
 #include "cel/Cel.h"
+#include "cel/inspect.h"
 #include "platform/support/TagBag.h"
-#include "tests/support/thrown.h"
+#include "tests/support/log_capture.h"
 #include "tests/support/track_notation.h"
 #include "tests/support/well_formed.h"
 
-#include <cmath>
 #include <gtest/gtest.h>
 
 namespace cel::test {
@@ -73,75 +73,6 @@ TEST(Copies, HaveTheSameStateButAnIdentityAndStoreOfTheirOwn)
     EXPECT_EQ(source->is_dirty(), 0);
 }
 
-TEST(Copies, MakeHandlesOnTheAssignedTrackFailLoudly)
-{
-    const Kt::Ptr<Cel> cel = fullTrack();
-    ce_handle h(cel, 1);
-    const unsigned id = cel->getID();
-    Cel& same = *cel;
-    *cel = same;
-    EXPECT_EQ(cel->getID(), id);
-    EXPECT_EQ(state(*cel), kFullState);
-    EXPECT_EQ(cel->is_dirty(), 0);
-    EXPECT_EQ(h.valid(), 1);
-    *cel = *fullTrack();
-    EXPECT_EQ(h.valid(), 0);
-    EXPECT_NE(h, ce_handle(cel, 1));
-    EXPECT_EQ(thrownBy([&] { h.get_edit_time(); }), "Cel::get_edit_time: invalid ce_handle");
-}
-
-TEST(Container, ClearsEverythingButResolutionAndChannel)
-{
-    const Kt::Ptr<Cel> cel = fullTrack();
-    const ce_handle h = cel->get_start_ceh();
-    cel->clear();
-    EXPECT_EQ(state(*cel), "; 0 material, 0 black, open -1, 0.500000 s, 1-2-3, V1, pic, tape");
-    EXPECT_EQ(cel->is_dirty(), 1);
-    EXPECT_EQ(h.valid(), 0);
-    EXPECT_EQ(cel->appendEventPair(material('A'), 0, 1, -1).get_index(), 0);
-    EXPECT_TRUE(wellFormed(*cel));
-}
-
-TEST(Container, AcceptsOnlyAUsableResolution)
-{
-    constexpr const char* kTooSmall = "Cel::set_resolution: too small";
-    const Kt::Ptr<Cel> cel(new Cel(-5, 2e-6));
-    EXPECT_EQ(cel->is_dirty(), 1);
-    cel->make_clean();
-    for (const double bad : {1.5e-6, 0.0, -0.04, std::nan(""), HUGE_VAL}) {
-        EXPECT_EQ(thrownBy([&] { cel->set_resolution(bad); }), kTooSmall) << bad;
-        EXPECT_EQ(thrownBy([&] { Kt::Ptr<Cel>(new Cel(0, bad)); }), kTooSmall) << bad;
-    }
-    EXPECT_EQ(cel->get_resolution(), 2e-6);
-    EXPECT_EQ(cel->is_dirty(), 0);
-    cel->set_resolution(0.04);
-    EXPECT_EQ(cel->get_resolution(), 0.04);
-    EXPECT_EQ(cel->is_dirty(), 1);
-}
-
-TEST(Container, KeepsTheOddsOfItsChannelSetters)
-{
-    using Change = void (*)(Cel&);
-    // clang-format off
-    struct Case { Change change; const char* expected; int dirty; };
-    const Case cases[] = {
-        {[](Cel& c) { c.editChannelName("V2"); },              "1-2-3, V2, pic, tape", 1},
-        {[](Cel& c) { c.editChannelSubType("snd"); },          "1-2-3, V1, snd, tape", 1},
-        {[](Cel& c) { c.editChannelMaterialInfo("disc"); },    "1-2-3, V1, disc, tape", 1}, // kept
-        {[](Cel& c) { c.editChannelId(IdStamp(9, 9, 9)); },    "1-2-3, V1, pic, tape", 0},  // kept
-        {[](Cel& c) { c.editChannelClearCached(); },           ", , , ", 1},
-        {[](Cel& c) { c.editChannelInfo("a", IdStamp(4, 5, 6), "b", "c"); }, "4-5-6, a, b, c", 1},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        const Kt::Ptr<Cel> cel = fullTrack();
-        c.change(*cel);
-        EXPECT_EQ(state(*cel), "A0-4#7 .4-6 B<6; 3 material, 2 black, open 4, 0.500000 s, " +
-                                   std::string(c.expected));
-        EXPECT_EQ(cel->is_dirty(), c.dirty) << c.expected;
-    }
-}
-
 TEST(Container, FillsWithTheBlackOfItsFirstEvent)
 {
     EXPECT_EQ(track("")->getBlackCookie(), video_black);
@@ -150,6 +81,28 @@ TEST(Container, FillsWithTheBlackOfItsFirstEvent)
     EXPECT_EQ(track(",0-4")->getBlackCookie(), audio_black);
     EXPECT_EQ(track("&0-4")->getBlackCookie(), video_black);
     EXPECT_TRUE(track("A0-4")->canReferTo(kSubtitleCookie));
+}
+
+TEST(Checks, SeeSectionsThatRunBackAndHolesBetweenThem)
+{
+    // clang-format off
+    struct Case { const char* track; bool meet; };
+    const Case cases[] = {
+        {"", true}, {"A<0", true}, {"A0-4 .4-6", true}, {"A0-4 B4-4", true}, {"A4-3 B3-5", false},
+        {"A0-4 B5-6", false}, {"A0-4 B4.0000009-6", true}, {"A0-4 B4.000002-6", false}, {"A4-3.9999991", true},
+        {"A0-4 B3-6", true}, // kept: an overlap passes
+    };
+    // clang-format on
+    for (const Case& c : cases)
+        EXPECT_EQ(sectionsMeet(*track(c.track)), c.meet) << c.track;
+}
+
+TEST(Checks, ReportWhatTheyAreToldTo)
+{
+    EXPECT_EQ(track("A4-1")->verify(), 0);
+    LogCapture log;
+    Cel::reportError("50 % of it");
+    EXPECT_EQ(log.text(LogChannel::stacktrace), "50 % of it");
 }
 
 // The helpers that other tests build on.

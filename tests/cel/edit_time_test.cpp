@@ -1,54 +1,16 @@
 #include "cel/ChannelEvent.h"
 #include "cel/edit_time.h"
 #include "platform/foundation/Exception.h"
-#include "tests/support/log_capture.h"
 
-#include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
 
+// Rounding itself is in tests/replay/numbers.
 namespace cel::test {
 namespace {
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInf = std::numeric_limits<double>::infinity();
-
-TEST(EditTime, RoundsTowardZeroOnTheGridAndForgivesAMicrosecond)
-{
-    // clang-format off
-    struct Case { double t, res, expected; };
-    const Case cases[] = {
-        {0.9999995, 1.0, 1.0}, {0.999998, 1.0, 0.0}, {-1.5, 1.0, -1.0}, {-0.9999995, 1.0, -1.0},
-        {2.51, 0.5, 2.5}, {0.119999, 0.04, 3 * 0.04}, {-2.51, 0.5, -2.5},
-    };
-    // clang-format on
-    for (const Case& c : cases)
-        EXPECT_EQ(res_round(c.t, c.res), c.expected) << c.t << " on " << c.res;
-    EXPECT_TRUE(std::signbit(res_round(-1e-7, 1.0)));
-    EXPECT_FALSE(std::signbit(res_round(-0.0, 1.0)));
-
-    LogCapture log;
-    EXPECT_TRUE(std::isnan(res_round(kNaN, 0.04)));
-    EXPECT_EQ(log.text(), "Ecountered #NAN in Cel.cpp res_round");
-}
-
-TEST(EditTime, QuantisesHalfWayUpAndKeepsSentinels)
-{
-    // clang-format off
-    struct Case { double t, q, expected; };
-    const Case cases[] = {
-        {-0.02, 0.04, 0.0}, {0.02, 0.04, 0.04}, {-1.5, 1.0, -1.0}, {1.5, 1.0, 2.0}, {1.49, 1.0, 1.0},
-        {0.49999999999999994, 1.0, 1.0}, // the addition itself rounds up
-        {2e81, 0.3, 2e81}, {1e99, 0.3, 1e99}, {1e12, 0.3, 1e12}, {-1e12, 0.3, -3333333333333 * 0.3},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        EXPECT_EQ(quantiseTime(c.t, c.q), c.expected) << c.t << " by " << c.q;
-        EXPECT_EQ(ChannelEvent(c.t).quantise(c.q).edit_time(), c.expected);
-    }
-    ChannelEvent event(1.49, 1.49, video_black, 1.0F, in_point, IdStamp(1, 2, 3), 0);
-    EXPECT_EQ(event.quantise(1.0).strip_time(), 1.49);
-}
 
 TEST(EditTime, RefusesATinyQuantumWhateverTheTime)
 {
@@ -75,40 +37,13 @@ TEST(EditTime, RefusesATinyQuantumWhateverTheTime)
     EXPECT_EQ(quantiseTime(1.0, 1e-6), 1.0);
 }
 
-TEST(EditTime, KnowsWhatLiesOnTheGrid)
+TEST(EditTime, KnowsFramesThatWereAddedUp)
 {
-    // clang-format off
-    struct Case { double t, q; bool expected; };
-    const Case cases[] = {
-        {0.12, 0.04, true}, {0.06, 0.04, false}, {-0.12, 0.04, true}, {0.0399995, 0.04, true},
-        {0.03999, 0.04, false}, {0.0400009, 0.04, true}, {0.0400015, 0.04, false}, {6e11, 0.04, true}, {-6e11, 0.04, true},
-        {2e81, 0.04, true}, {kNaN, 0.04, false}, {kInf, 0.04, true},
-        {4294.0, 2e-6, true}, {4295.0, 2e-6, false}, // the quotient leaves 32 bits
-    };
-    // clang-format on
-    for (const Case& c : cases)
-        EXPECT_EQ(isQuantised(c.t, c.q), c.expected) << c.t << " on " << c.q;
-
     double sum = 0;
     for (int i = 0; i < 1000; ++i) {
         sum += 0.04;
         EXPECT_TRUE(isQuantised(sum, 0.04)) << sum;
     }
-}
-
-TEST(EditTime, ConvertsQuarterFramesWithItsOwnRounding)
-{
-    // clang-format off
-    struct Case { double t, frame; unsigned expected; };
-    const Case cases[] = {
-        {0.04, 0.04, 4}, {0.0, 0.04, 0}, {0.0399, 0.04, 3}, {0.9, 1.0, 3}, // 3.6 + 0.125, not + 0.5
-        {-0.04, 0.04, 4294967293}, {1e30, 0.04, 0}, {kNaN, 0.04, 0}, {42949672.96, 0.04, 0},
-    };
-    // clang-format on
-    for (const Case& c : cases)
-        EXPECT_EQ(ChannelEvent::timeToQFrames(c.t, c.frame), c.expected) << c.t;
-    EXPECT_EQ(ChannelEvent::QFramesToTime(4, 0.04), 0.04);
-    EXPECT_EQ(ChannelEvent::QFramesToTime(65535, 4.0), 65535.0);
 }
 
 TEST(EditTime, TruncatesEveryValueToADefinedInteger)

@@ -89,6 +89,16 @@ void set(Call& call)
     // clang-format on
 }
 
+/// What no setter does: the track does not learn of it.
+void setRaw(Call& call)
+{
+    ChannelEvent& event = *call.track().getChanEventPtr(call.integer(1));
+    if (call.line.text(0) == "info")
+        event.info(static_cast<ce_info>(call.integer(2)));
+    else
+        event.strip_name(call.cookie(2));
+}
+
 struct Operation
 {
     std::string_view name;
@@ -99,6 +109,7 @@ constexpr Operation kOperations[] = {
     {"add",             add},
     {"addOwn",          [](Call& c) { c.track().addEvent(*c.track().getChanEventPtr(c.integer(0))); }},
     {"set",             set},
+    {"raw",             setRaw},
     {"counters",        [](Call& c) { c.answer = counters(c.track()); }},
     {"open",            [](Call& c) { c.answers(inspect(c.track()).pendingInIndex); }},
     {"dirty",           [](Call& c) { c.answers(c.track().is_dirty()); }},
