@@ -129,6 +129,20 @@ TEST(Unpack, IsNotMisledByADamagedLayerInFrontOfIts)
     EXPECT_EQ(describe(*second), kReadSection);
 }
 
+TEST(Unpack, FindsDisorderWhereverItLies)
+{
+    const LogCapture quiet;
+    const Kt::Ptr<Cel> cel(new Cel(0, 0.04));
+    for (int i = 0; i < 70; ++i)
+        cel->appendEventPair(material('A'), 0, 1, -1);
+    for (int i = 1; i < cel->numEvents(); ++i) { // events are read in pieces
+        const Kt::Ptr<Cel> damaged(new Cel(*cel));
+        damaged->getChanEventPtr(i)->edit_time(-1);
+        const Kt::Ptr<Cel> read = decode(encode(*damaged).body, 4).track;
+        EXPECT_EQ(read->get_event(i).edit_time(), cel->get_event(i - 1).edit_time()) << i;
+    }
+}
+
 TEST(Pack, WritesExactlyTheseBytes)
 {
     for (const TableRow& row : table("stored_lists", "written")) {
