@@ -1,8 +1,8 @@
 #include "fuzz/subtitle_files.h"
 
-#include "interchange/subtitle_markup.h"
-
 #include <algorithm>
+#include <iterator>
+#include <string_view>
 
 namespace cel::fuzz {
 
@@ -12,8 +12,14 @@ namespace {
 /// may come back under its name.
 bool isPlain(const SubtitleCue& cue)
 {
-    return withoutCueTags(cue.text).find_first_of("<{") == std::string::npos &&
-           cue.text.find("<font") == std::string::npos;
+    const std::string_view text = cue.text;
+    constexpr std::string_view kTags[] = {"<i>", "</i>", "<b>", "</b>", "<u>", "</u>"};
+    for (auto at = text.find_first_of("<{"); at != text.npos; at = text.find_first_of("<{", at + 1))
+        if (std::none_of(std::begin(kTags), std::end(kTags), [text, at](std::string_view tag) {
+                return text.substr(at).starts_with(tag);
+            }))
+            return false;
+    return true;
 }
 
 /// Whether text was met that reads as a tag.

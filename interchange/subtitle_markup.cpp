@@ -185,18 +185,28 @@ void CueTextBuilder::text(std::string_view piece)
 {
     if (piece.empty())
         return;
+    // A line of blanks is an empty one, so they wait for something that is seen.
+    if (atLineBegin_ && trimmed(piece).empty()) {
+        blanks_ += piece;
+        return;
+    }
+    atLineBegin_ = false;
     if (newLines_ > 0 || !(written_ == wanted_))
         settleLook();
+    text_ += std::exchange(blanks_, {});
     text_ += piece;
 }
 
 void CueTextBuilder::newLine()
 {
     ++newLines_;
+    atLineBegin_ = true;
+    blanks_.clear();
 }
 
 std::string CueTextBuilder::finish()
 {
+    newLine();
     newLines_ = 0;
     emptyLines_ = 0;
     wanted_.clear();

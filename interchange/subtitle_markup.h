@@ -31,7 +31,7 @@ std::optional<CueTag> parseCueTag(std::string_view text);
 std::string withoutCueTags(std::string_view text);
 
 /// Writes the text of a cue: tags nest properly and open only around text, whatever the order in
-/// which they came; empty lines vanish. What it wrote it writes again the same.
+/// which they came; lines without text vanish. What it wrote it writes again the same.
 class CueTextBuilder
 {
 public:
@@ -66,7 +66,9 @@ private:
     std::string text_;
     std::vector<Open> wanted_;  ///< what the next text is to look like
     std::vector<Open> written_; ///< what is open in the text so far
-    std::size_t newLines_ = 0;  ///< not written yet
+    std::string blanks_;        ///< of a line in which nothing else stands yet
+    bool atLineBegin_ = true;
+    std::size_t newLines_ = 0; ///< not written yet
     std::size_t emptyLines_ = 0;
 };
 
