@@ -1,5 +1,6 @@
 #include "platform/support/utf8.h"
 
+#include <algorithm>
 #include <iterator>
 
 #include <utf8.h>
@@ -59,9 +60,14 @@ std::string toUtf8(std::wstring_view text)
 
 std::wstring toWide(std::string_view text)
 {
-    const std::string valid = utf8::replace_invalid(text);
-    std::wstring result;
-    result.reserve(valid.size());
+    // Most texts have no character of more than a byte, or only one far behind.
+    const auto isLong = [](char c) { return (static_cast<unsigned char>(c) & 0x80U) != 0; };
+    const auto firstLong = std::find_if(text.begin(), text.end(), isLong);
+    std::wstring result(text.begin(), firstLong);
+    if (firstLong == text.end())
+        return result;
+    const std::string valid = utf8::replace_invalid(text.substr(result.size()));
+    result.reserve(result.size() + valid.size());
     for (auto at = valid.begin(); at != valid.end();)
         append(result, utf8::unchecked::next(at));
     return result;
