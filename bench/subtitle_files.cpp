@@ -1,5 +1,7 @@
 #include "bench/rows.h"
+#include "interchange/Cut.h"
 #include "interchange/subrip.h"
+#include "interchange/subtitle_tracks.h"
 #include "interchange/webvtt.h"
 
 #include <cstring>
@@ -72,6 +74,21 @@ Contest reading(std::size_t cues)
             [files] { files->lines = countLines(files->text); }};
 }
 
+/// From the bytes of a file to a track of a cut, as `cel import` does it.
+template <Writer kWrite, Reader kRead>
+Contest importing(std::size_t cues)
+{
+    const auto files = filesOf<kWrite>(cues);
+    return {[files] {
+                Cut cut;
+                cut.rate = {25, 1, false};
+                Cel& track = *cut.addTrack(kSubtitleCookie);
+                laySubtitles(kRead(files->text, files->error)->file, cut.rate, track);
+                files->lines = static_cast<std::size_t>(track.numEvents());
+            },
+            [files] { files->lines = countLines(files->text); }};
+}
+
 template <Writer kWrite>
 Contest writing(std::size_t cues)
 {
@@ -89,6 +106,7 @@ std::vector<Row> subtitleFileRows()
     return {
         {"read SubRip", kCues, reading<writeSubRip, readSubRip>},
         {"read WebVTT", kCues, reading<writeWebVtt, readWebVtt>},
+        {"read SubRip onto a track", kCues, importing<writeSubRip, readSubRip>},
         {"write SubRip", kCues, writing<writeSubRip>},
         {"write WebVTT", kCues, writing<writeWebVtt>},
     };
