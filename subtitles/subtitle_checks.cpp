@@ -17,12 +17,12 @@ namespace {
 using Element = SubtitleTrack::Element;
 
 constexpr const char* kOverlap = "overlap";
-constexpr const char* kGap = "gap";
+constexpr const char* kGap = "short-gap";
 constexpr const char* kTooShort = "too-short";
 constexpr const char* kTooLong = "too-long";
 constexpr const char* kReadingSpeed = "reading-speed";
 constexpr const char* kLineLength = "line-length";
-constexpr const char* kLines = "lines";
+constexpr const char* kLines = "line-count";
 constexpr const char* kNoText = "no-text";
 
 /// A subtitle to be checked.
@@ -88,6 +88,13 @@ std::string shown(double number)
     return error == std::errc() ? std::string(digits, end) : "?";
 }
 
+/// "2 frames", "1 frame".
+std::string frames(double number)
+{
+    const std::string text = shown(number);
+    return text + (text == "1" ? " frame" : " frames");
+}
+
 /// Checks one subtitle after the other.
 class Checker
 {
@@ -122,8 +129,8 @@ private:
                    "it begins " + shown(-gap) + " s before the one in front of it ends");
         else if (gap < least - kTimeEpsilon)
             report(kGap, cue, Severity::warning,
-                   "it follows the one in front of it after " + shown(gap / frame_) + " frames; " +
-                       shown(limits_.gapFrames) + " are asked for");
+                   "it follows the one in front of it after " + frames(gap / frame_) +
+                       "; the least is " + frames(limits_.gapFrames));
     }
 
     void checkDuration(const Cue& cue)
@@ -133,12 +140,12 @@ private:
             report(kTooShort, cue, Severity::fault, "it is shown for no time at all");
         else if (duration < limits_.shortest - kTimeEpsilon)
             report(kTooShort, cue, Severity::warning,
-                   "it is shown for " + shown(duration) + " s; " + shown(limits_.shortest) +
-                       " s are asked for");
+                   "it is shown for " + shown(duration) + " s; the least is " +
+                       shown(limits_.shortest) + " s");
         if (limits_.longest > 0.0 && duration > limits_.longest + kTimeEpsilon)
             report(kTooLong, cue, Severity::warning,
-                   "it is shown for " + shown(duration) + " s; at most " + shown(limits_.longest) +
-                       " s are asked for");
+                   "it is shown for " + shown(duration) + " s; the most is " +
+                       shown(limits_.longest) + " s");
     }
 
     void checkText(const Cue& cue)
@@ -151,22 +158,22 @@ private:
             lines += length > 0 ? 1 : 0;
             if (limits_.charactersPerLine > 0 && length > limits_.charactersPerLine)
                 report(kLineLength, cue, Severity::warning,
-                       "a line has " + std::to_string(length) + " characters; at most " +
-                           std::to_string(limits_.charactersPerLine) + " are asked for");
+                       "a line has " + std::to_string(length) + " characters; the most is " +
+                           std::to_string(limits_.charactersPerLine));
         }
         if (characters == 0)
             report(kNoText, cue, Severity::warning, "it says nothing");
         if (limits_.lines > 0 && lines > limits_.lines)
             report(kLines, cue, Severity::warning,
-                   "it has " + std::to_string(lines) + " lines; at most " +
-                       std::to_string(limits_.lines) + " are asked for");
+                   "it has " + std::to_string(lines) + " lines; the most is " +
+                       std::to_string(limits_.lines));
         const double duration = cue.end - cue.start;
         const double speed = static_cast<double>(characters) / duration;
         if (limits_.charactersPerSecond > 0.0 && duration > kTimeEpsilon &&
             speed > limits_.charactersPerSecond + kTimeEpsilon)
             report(kReadingSpeed, cue, Severity::warning,
-                   shown(speed) + " characters a second are to be read; at most " +
-                       shown(limits_.charactersPerSecond) + " are asked for");
+                   shown(speed) + " characters a second are to be read; the most is " +
+                       shown(limits_.charactersPerSecond));
     }
 
     void report(const char* name, const Cue& cue, Severity severity, std::string text)
@@ -249,14 +256,14 @@ std::vector<Finding> checkSubtitles(const SubtitleTrack& track, const SubtitleLi
 const std::vector<InvariantInfo>& checksOfSubtitles()
 {
     static const std::vector<InvariantInfo> checks = {
-        {kOverlap, "a subtitle begins when the one in front of it has ended"},
-        {kGap, "there is a gap of some frames between two subtitles"},
-        {kTooShort, "a subtitle is shown long enough to be noticed"},
-        {kTooLong, "a subtitle goes before it is read twice"},
-        {kReadingSpeed, "a subtitle can be read in the time that it is shown"},
-        {kLineLength, "a line fits on the picture"},
-        {kLines, "a subtitle leaves the picture to be seen"},
-        {kNoText, "a subtitle says something"},
+        {kOverlap, "A subtitle begins when the one in front of it has ended."},
+        {kGap, "Between two subtitles there is a gap of some frames."},
+        {kTooShort, "A subtitle is shown long enough to be noticed."},
+        {kTooLong, "A subtitle goes before it is read twice."},
+        {kReadingSpeed, "A subtitle can be read in the time that it is shown."},
+        {kLineLength, "A line fits on the picture."},
+        {kLines, "A subtitle leaves the picture to be seen."},
+        {kNoText, "A subtitle says something."},
     };
     return checks;
 }

@@ -39,14 +39,14 @@ TEST(SubtitleChecks, TellWhatCannotBeRead)
         {"a sign is no tag",         "0-1 1 < 2 and 33 >= 22", "0 reading-speed"},
         {"as long as is allowed",    "0-7 " + std::string(42, 'x'), ""},
         {"a line too long",          "0-7 " + std::string(43, 'x') + "/y", "0 line-length"},
-        {"lines",                    "0-7 a/b/c", "0 lines"},
+        {"lines",                    "0-7 a/b/c", "0 line-count"},
         {"empty lines do not count", "0-7 a//b", ""},
         {"too short",                "0-0.8 a", "0 too-short"},
         {"20 frames of film",        "0-0.833334 a", ""},
         {"no time",                  "1-1 a", "0 too-short!"},
         {"too long",                 "0-7.04 a", "0 too-long"},
-        {"a frame between",          "0-1 a; 1.04-2 b", "1 gap"},
-        {"nothing between",          "0-1 a; 1-2 b", "1 gap"},
+        {"a frame between",          "0-1 a; 1.04-2 b", "1 short-gap"},
+        {"nothing between",          "0-1 a; 1-2 b", "1 short-gap"},
         {"one subtitle in two",      "0-1 a; 1-2 a; 2.08-3 a", ""},
         {"overlap",                  "0-2 a; 1.96-3 b", "1 overlap!"},
         {"overlap over another",     "0-5 a; 1-2 b; 4-6 c", "1 overlap!; 2 overlap!"},
@@ -63,18 +63,19 @@ TEST(SubtitleChecks, NameEventsOfATrackAndKeepToOtherLimits)
     const SubtitleTrack track =
         subtitles("1-1.4 short; 1.44-9 long/er/est; 9-10 long/er/est", 12.0);
     const auto findings = checkSubtitles(track);
-    EXPECT_EQ(shown(findings), "2 too-short; 6 gap; 6 too-long; 6 lines");
-    EXPECT_EQ(findings[0].text, "it is shown for 0.4 s; 0.83 s are asked for");
+    EXPECT_EQ(shown(findings), "2 too-short; 6 short-gap; 6 too-long; 6 line-count");
+    EXPECT_EQ(findings[0].text, "it is shown for 0.4 s; the least is 0.83 s");
     EXPECT_EQ(findings[1].text,
-              "it follows the one in front of it after 1 frames; 2 are asked for");
-    EXPECT_EQ(findings[2].text, "it is shown for 8.56 s; at most 7 s are asked for");
+              "it follows the one in front of it after 1 frame; the least is 2 frames");
+    EXPECT_EQ(findings[2].text, "it is shown for 8.56 s; the most is 7 s");
     EXPECT_DOUBLE_EQ(findings[1].time, 1.44);
     const SubtitleLimits none{0.0, 0, 0, 0.0, 0.0, 0.0};
     EXPECT_EQ(shown(checkSubtitles(track, none)), "");
     const SubtitleLimits strict{1.0, 3, 1, 1.0, 8.0, 1.0};
-    EXPECT_EQ(shown(checkSubtitles(track, strict)),
-              "2 too-short; 2 line-length; 2 reading-speed; 6 too-long; 6 line-length; 6 lines; "
-              "6 reading-speed");
+    EXPECT_EQ(
+        shown(checkSubtitles(track, strict)),
+        "2 too-short; 2 line-length; 2 reading-speed; 6 too-long; 6 line-length; 6 line-count; "
+        "6 reading-speed");
     EXPECT_TRUE(checkSubtitles(SubtitleTrack::createInvalid()).empty());
 }
 

@@ -7,6 +7,7 @@
 #include "tools/cel/listed_sections.h"
 #include "tools/cel/losses.h"
 #include "tools/cel/mending.h"
+#include "tools/cel/subtitle_limits.h"
 #include "tools/cel/terminal.h"
 #include "tools/cel/text.h"
 
@@ -24,6 +25,7 @@ struct CheckOptions
     std::string file;
     std::string least = "note";
     std::string output;
+    SubtitleLimitOptions subtitles;
     bool fix = false;
     bool json = false;
 };
@@ -120,11 +122,16 @@ Json reportAsJson(const CheckOptions& options, const Cut& cut,
     return json;
 }
 
-std::vector<CutFinding> findingsOf(const CheckOptions& options, const Cut& cut,
-                                   const std::vector<LoadFinding>& damage)
+std::vector<CutFinding> findingsOf(const CheckOptions& options, const OpenedCut& opened,
+                                   const Cut& cut)
 {
     const Progress progress("checking " + options.file);
-    std::vector<CutFinding> findings = checkCut(cut, damage);
+    std::vector<CutFinding> findings =
+        checkCut(cut, opened.findings, limitsOf(options.subtitles, cut.rate));
+    if (holdsSubtitles(opened.kind)) {
+        const std::vector<CutFinding> overlaps = overlapsOf(cut, opened.losses);
+        findings.insert(findings.begin(), overlaps.begin(), overlaps.end());
+    }
     const Severity least = severityOf(options.least);
     std::erase_if(findings, [least](const CutFinding& f) { return f.severity < least; });
     return findings;
@@ -175,7 +182,7 @@ int runFix(const CheckOptions& options, const OpenedCut& opened)
 {
     const MendedCut mended = mend(opened.cut);
     // What is missing in the file is not mended by writing the rest anew.
-    const std::vector<CutFinding> remaining = findingsOf(options, mended.cut, opened.findings);
+    const std::vector<CutFinding> remaining = findingsOf(options, opened, mended.cut);
     const bool saves = !mended.steps.empty() || !options.output.empty();
     const std::string output = options.output.empty() ? options.file : options.output;
     const LossLedger losses = saves ? saveMended(options, opened, mended, output) : LossLedger();
@@ -216,7 +223,7 @@ int runCheck(const CheckOptions& options)
     const OpenedCut opened = openCut(options.file, std::nullopt, StoreCheck::structure);
     if (options.fix)
         return runFix(options, opened);
-    const std::vector<CutFinding> findings = findingsOf(options, opened.cut, opened.findings);
+    const std::vector<CutFinding> findings = findingsOf(options, opened, opened.cut);
     const std::string text = options.json ? reportAsJson(options, opened.cut, findings).text()
                                           : reportAsText(options, opened.cut, findings);
     std::fputs(text.c_str(), stdout);
@@ -228,6 +235,7 @@ std::string listOfInvariants()
     std::string text = "What is checked of each track:\n";
     for (const InvariantInfo& invariant : auditedInvariants())
         text += "  " + padded(invariant.name, 16) + "  " + invariant.demand + "\n";
+    text += "of subtitles:\n" + listOfSubtitleChecks();
     return text + "and of the cut:\n"
                   "  file              No layer of the file is damaged or unknown.\n"
                   "  level-time        Nodes of a level envelope lie at times of their own.\n"
@@ -246,9 +254,10 @@ void addCheckCommand(CLI::App& program, int& exitCode)
     auto options = std::make_shared<CheckOptions>();
     Command command(program, "check",
                     "Lists everything that is wrong with a cut (exit code 1 when something is)");
-    command.argument("FILE.cel", options->file, "The cut; an edit list will do too");
+    command.argument("FILE.cel", options->file, "The cut; an edit list or subtitles will do too");
     command.option("--least", options->least, "What to report: note (all), warning or fault",
                    {"note", "warning", "fault"});
+    describeLimits(command, options->subtitles);
     command.flag("--fix", options->fix,
                  "Mend what can be mended without changing what plays, and say what remains");
     command.option("-o,--output", options->output,
@@ -256,7 +265,8 @@ void addCheckCommand(CLI::App& program, int& exitCode)
     command.flag("--json", options->json, "Print the findings as JSON");
     command.footer(
         listOfInvariants() +
-        "\nExamples:\n  cel check cut.cel --json\n  cel check cut.cel --fix -o mended.cel");
+        "\nExamples:\n  cel check cut.cel --json\n  cel check cut.cel --fix -o mended.cel\n"
+        "  cel check film.srt --reading-speed 20 --shortest 1 --gap 0");
     command.runs([options] { return runCheck(*options); }, exitCode);
 }
 

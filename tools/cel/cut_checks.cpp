@@ -9,6 +9,7 @@
 #include <cmath>
 #include <iterator>
 #include <set>
+#include <string_view>
 #include <utility>
 
 namespace cel::tool {
@@ -28,7 +29,7 @@ public:
     }
 
     /// @param namesBefore  of the tracks in front of this one; receives its name.
-    std::vector<CutFinding> run(std::set<std::string>& namesBefore)
+    std::vector<CutFinding> run(std::set<std::string>& namesBefore, const SubtitleLimits& limits)
     {
         checkName(namesBefore);
         checkResolution();
@@ -36,6 +37,7 @@ public:
             report(found.invariant, found.severity, found.text, found.index);
         checkMaterials();
         checkLevels();
+        checkTexts(limits);
         std::stable_sort(findings_.begin(), findings_.end(),
                          [](const auto& a, const auto& b) { return a.index < b.index; });
         return std::move(findings_);
@@ -83,6 +85,14 @@ private:
         }
     }
 
+    void checkTexts(const SubtitleLimits& limits)
+    {
+        const SubtitleTrack track = SubtitleTrack::createFromCel(Kt::Ptr<Cel>(&track_));
+        for (const Finding& found : checkSubtitles(track, limits))
+            if (std::string_view(found.invariant) != "overlap") // the audit has said so
+                report(found.invariant, found.severity, found.text, found.index);
+    }
+
     /// Recorded material has an entry in the table; what is made needs none. A cut without any
     /// table came from a form that names its material elsewhere.
     bool lacksMaterial(const Cookie& cookie) const
@@ -107,7 +117,7 @@ private:
     }
 
     const Cut& cut_;
-    const Cel& track_;
+    Cel& track_;
     std::size_t number_;
     std::string name_;
     std::vector<CutFinding> findings_;
@@ -115,7 +125,8 @@ private:
 
 } // namespace
 
-std::vector<CutFinding> checkCut(const Cut& cut, const std::vector<LoadFinding>& damage)
+std::vector<CutFinding> checkCut(const Cut& cut, const std::vector<LoadFinding>& damage,
+                                 const SubtitleLimits& limits)
 {
     std::vector<CutFinding> findings;
     for (const LoadFinding& place : damage) {
@@ -128,8 +139,25 @@ std::vector<CutFinding> checkCut(const Cut& cut, const std::vector<LoadFinding>&
     }
     std::set<std::string> names;
     for (std::size_t i = 0; i < cut.tracks.size(); ++i) {
-        std::vector<CutFinding> ofTrack = TrackCheck(cut, i).run(names);
+        std::vector<CutFinding> ofTrack = TrackCheck(cut, i).run(names, limits);
         std::move(ofTrack.begin(), ofTrack.end(), std::back_inserter(findings));
+    }
+    return findings;
+}
+
+std::vector<CutFinding> overlapsOf(const Cut& cut, const LossLedger& losses)
+{
+    std::vector<CutFinding> findings;
+    for (const LossLedger::Entry& entry : losses.entries()) {
+        if (entry.kind != "overlap")
+            continue;
+        CutFinding finding;
+        finding.invariant = entry.kind;
+        finding.text = entry.text;
+        finding.trackNumber = 1;
+        finding.track = nameOfTrack(cut, 0);
+        finding.place = "line " + std::to_string(entry.line);
+        findings.push_back(std::move(finding));
     }
     return findings;
 }

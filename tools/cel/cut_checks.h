@@ -1,7 +1,9 @@
 #pragma once
 
 #include "cel/audit.h"
+#include "interchange/LossLedger.h"
 #include "interchange/cel_stream.h"
+#include "subtitles/subtitle_checks.h"
 
 #include <cstddef>
 #include <optional>
@@ -24,8 +26,12 @@ struct CutFinding
     std::optional<std::size_t> offset; ///< byte of the file
 };
 
-/// All that is wrong with a cut as it was read: damage of its file, then of each
-/// track how it fits into the cut and its audit, in the order of its events.
-std::vector<CutFinding> checkCut(const Cut& cut, const std::vector<LoadFinding>& damage);
+/// All that is wrong with a cut as it was read: damage of its file, then of each track how it fits
+/// into the cut, its audit, and what subtitles do not keep to, in the order of its events.
+std::vector<CutFinding> checkCut(const Cut& cut, const std::vector<LoadFinding>& damage,
+                                 const SubtitleLimits& limits = {});
+
+/// The overlaps that a subtitle file had before its subtitles were laid on the first track.
+std::vector<CutFinding> overlapsOf(const Cut& cut, const LossLedger& losses);
 
 } // namespace cel::tool
