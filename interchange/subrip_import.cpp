@@ -66,6 +66,9 @@ public:
     void finish(SubtitleCue& cue)
     {
         const bool hadEmptyLines = builder_.emptyLines() > 0;
+        if (const std::string_view words = builder_.wordsReadAsTag(); !words.empty())
+            losses_.add(cue.line, "tag",
+                        "the words " + quoted(words) + " are text here and a tag from now on");
         cue.text = builder_.finish();
         cue.placement = placement_.value_or(CuePlacement::bottom);
         placement_.reset();

@@ -155,6 +155,7 @@ void CueTextBuilder::writeTag(const Open& tag, bool closes)
     // A font tag without a colour says nothing that could be seen.
     if (tag.name == CueTagName::font && tag.colour.empty())
         return;
+    tags_.push_back(text_.size());
     text_ += closes ? "</" : "<";
     text_ += nameOf(tag.name);
     if (!closes && tag.name == CueTagName::font)
@@ -204,6 +205,19 @@ void CueTextBuilder::newLine()
     blanks_.clear();
 }
 
+std::string_view CueTextBuilder::wordsReadAsTag() const
+{
+    const std::string_view text = text_;
+    auto written = tags_.begin();
+    for (auto at = text.find('<'); at != text.npos; at = text.find('<', at + 1)) {
+        if (written != tags_.end() && *written == at)
+            ++written;
+        else if (const auto tag = parseCueTag(text.substr(at)))
+            return text.substr(at, tag->length);
+    }
+    return {};
+}
+
 std::string CueTextBuilder::finish()
 {
     newLine();
@@ -211,6 +225,7 @@ std::string CueTextBuilder::finish()
     emptyLines_ = 0;
     wanted_.clear();
     settleLook();
+    tags_.clear();
     return std::exchange(text_, {});
 }
 

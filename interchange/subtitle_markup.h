@@ -48,6 +48,10 @@ public:
     /// Lines that were left out since they were empty, though text follows them.
     std::size_t emptyLines() const { return emptyLines_; }
 
+    /// The first words so far that were text and read as a tag from now on, since something between
+    /// them went or was a character by name; empty when there are none.
+    std::string_view wordsReadAsTag() const;
+
     /// The whole text, all tags closed, without empty lines at its end; the builder starts anew.
     std::string finish();
 
@@ -64,9 +68,10 @@ private:
 
     static constexpr std::size_t kDeepest = 16;
     std::string text_;
-    std::vector<Open> wanted_;  ///< what the next text is to look like
-    std::vector<Open> written_; ///< what is open in the text so far
-    std::string blanks_;        ///< of a line in which nothing else stands yet
+    std::vector<std::size_t> tags_; ///< where those that were written begin in the text
+    std::vector<Open> wanted_;      ///< what the next text is to look like
+    std::vector<Open> written_;     ///< what is open in the text so far
+    std::string blanks_;            ///< of a line in which nothing else stands yet
     bool atLineBegin_ = true;
     std::size_t newLines_ = 0; ///< not written yet
     std::size_t emptyLines_ = 0;

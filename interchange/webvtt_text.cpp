@@ -106,37 +106,20 @@ public:
                 takeTag(text);
             }
         }
+        if (const std::string_view words = builder_.wordsReadAsTag(); !words.empty())
+            lose("tag", "the words " + quoted(words) + " are text here and a tag from now on");
         return builder_.finish();
     }
 
 private:
     void takeCharacter(std::string_view& text)
     {
-        const std::string_view before = text;
         std::string meaning = takeReference(text);
-        if (meaning == "<")
-            noteLikeness(before);
         if (meaning.empty()) {
             meaning = "&";
             text.remove_prefix(1);
         }
         builder_.text(meaning);
-    }
-
-    /// What is text here may be read as a tag there, where no character can be written by name.
-    void noteLikeness(std::string_view text)
-    {
-        constexpr std::size_t kFarEnough = 300;
-        text = text.substr(0, kFarEnough);
-        std::string plain;
-        while (!text.empty()) {
-            const std::string meaning = text.front() == '&' ? takeReference(text) : std::string();
-            plain += meaning.empty() ? std::string(1, text.front()) : meaning;
-            text.remove_prefix(meaning.empty() ? 1 : 0);
-        }
-        if (const auto tag = parseCueTag(plain))
-            lose("tag", "the words " + quoted(plain.substr(0, tag->length)) +
-                            " are text here and a tag from now on");
     }
 
     void takeTag(std::string_view& text)
