@@ -46,19 +46,19 @@ Style style(const char* id, const wchar_t* name = L"")
     return made;
 }
 
+FontDefinition fontOf(const LightweightString<wchar_t>& face, float size)
+{
+    return {face, size, {0.0F, 0.0F, 0.0F, 0.2F}, {1.0F, 1.0F, 1.0F, 1.0F}};
+}
+
 TEST(SubtitleStyle, IsWhatItsIdentifierSays)
 {
-    // clang-format off
-    struct Case { const char* id; bool valid, internal; };
-    static const Case cases[] = {
-        {"", false, false}, {"K", true, false}, {"KT", true, true}, {"KT1", true, true}, {"kt1", true, false},
-        {"xKT", true, false},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        EXPECT_EQ(style(c.id).valid(), c.valid) << c.id;
-        EXPECT_EQ(style(c.id).isInternal(), c.internal) << c.id;
+    EXPECT_FALSE(style("").valid());
+    for (const char* id : {"KT", "KT1", "K", "kt1", "xKT"}) {
+        EXPECT_TRUE(style(id).valid()) << id;
+        EXPECT_EQ(style(id).isInternal(), std::string_view(id).starts_with("KT")) << id;
     }
+    EXPECT_FALSE(style("").isInternal());
     EXPECT_EQ(style("a", L"One"), style("a", L"Other"));
     EXPECT_EQ(style(""), Style());
     EXPECT_FALSE(style("a") == style("A"));
@@ -77,7 +77,7 @@ TEST(SubtitleStyle, ReadsBackWhatItWrites)
 {
     Style made = style("s1", L"Überschrift \"1\"");
     made.pos = Style::kCentreTop;
-    made.font = {L"Sans", 0.5F, {0.0F, 0.0F, 0.0F, 0.2F}, {1.0F, 1.0F, 1.0F, 1.0F}};
+    made.font = fontOf(L"Sans", 0.5F);
     const std::string text = written(made);
     EXPECT_EQ(text, R"({
   "name": "Überschrift \"1\"",
@@ -144,22 +144,7 @@ protected:
     EnvironmentVariable variable_{"CEL_CONFIG_DIR", folder_.path()};
 };
 
-TEST_F(SubtitleStyles, BeginWithTheDefaultOne)
-{
-    const auto registry = SubtitleStyleFile::registry();
-    ASSERT_EQ(registry.getStyles().size(), 1U);
-    const Style& made = registry.getDefaultStyle();
-    EXPECT_EQ(made.name, L"Default");
-    EXPECT_EQ(made.id, "KT1");
-    EXPECT_EQ(made.pos, Style::kCentreBottom);
-    const FontDefinition expected{
-        defaultFontName(), 0.0F, {0.0F, 0.0F, 0.0F, 0.2F}, {1.0F, 1.0F, 1.0F, 1.0F}};
-    EXPECT_EQ(made.font, expected);
-    EXPECT_EQ(&registry.getDefaultFont(), &made.font);
-    EXPECT_FALSE(std::filesystem::exists(file())) << "nothing was changed yet";
-}
-
-TEST_F(SubtitleStyles, TakeTheFontOfTheDefaultOneFromThePreference)
+TEST_F(SubtitleStyles, BeginWithTheDefaultOneInTheFontOfThePreference)
 {
     // clang-format off
     struct Case { const char* preference; const wchar_t* face; float opacity; };
@@ -167,16 +152,20 @@ TEST_F(SubtitleStyles, TakeTheFontOfTheDefaultOneFromThePreference)
         {R"({"face": "Serif", "size": 3, "background": [0, 0, 0, 1]})", L"Serif", 1.0F},
         {R"({"size": 3, "background": [0, 0, 0, 1]})", defaultFontName().c_str(), 0.2F},
         {"no font", defaultFontName().c_str(), 0.2F},
+        {"", defaultFontName().c_str(), 0.2F},
     };
     // clang-format on
     for (const Case& c : cases) {
         prefs().setPreference("Subtitles : font", c.preference);
-        const FontDefinition font = SubtitleStyleFile::registry().getDefaultFont();
-        EXPECT_EQ(font.faceName, c.face);
-        EXPECT_EQ(font.background.alpha, c.opacity);
-        EXPECT_EQ(font.size, 0.0F) << "whatever was read";
+        const auto registry = SubtitleStyleFile::registry();
+        ASSERT_EQ(ids(registry), "KT1 ");
+        EXPECT_EQ(registry.getDefaultStyle().name, L"Default");
+        EXPECT_EQ(registry.getDefaultStyle().pos, Style::kCentreBottom);
+        FontDefinition expected = fontOf(c.face, 0.0F); // whatever size was read
+        expected.background.alpha = c.opacity;
+        EXPECT_EQ(registry.getDefaultFont(), expected);
     }
-    prefs().setPreference("Subtitles : font", "");
+    EXPECT_FALSE(std::filesystem::exists(file())) << "nothing was changed yet";
 }
 
 TEST_F(SubtitleStyles, AreToldOfAndThenStoredOrTheOtherWayRound)
@@ -259,7 +248,7 @@ TEST_F(SubtitleStyles, ComeBackFromTheirFile)
     auto registry = SubtitleStyleFile::registry();
     Style made = style("s1", L"Sign");
     made.pos = Style::kRightTop;
-    made.font = {L"Sans", 0.5F, {0.0F, 0.0F, 0.0F, 0.2F}, {1.0F, 1.0F, 1.0F, 1.0F}};
+    made.font = fontOf(L"Sans", 0.5F);
     registry.addStyle(made);
     registry.removeStyle(style("KT1"));
     EXPECT_EQ(content(), "{\r\n"
@@ -337,24 +326,16 @@ TEST_F(SubtitleStyles, NeverLoseWhatTheirFileHeld)
     EXPECT_TRUE(damaged("{}"));
 }
 
-TEST_F(SubtitleStyles, AreReadInGreatNumbers)
+TEST_F(SubtitleStyles, MayBeMoreThanTheirNumberTells)
 {
     std::string text = "{\"styles\":[";
-    for (int i = 0; i < 20'000; ++i)
-        text += "{\"id\":\"s" + std::to_string(i) + "\",\"name\":\"Style\",\"pos\":\"B\"},";
+    for (int i = 0; i < 70'000; ++i)
+        text += "{\"id\":\"s" + std::to_string(i) + "\"},";
     putContent(file(), text + "{\"id\":\"last\"}]}");
-    auto registry = SubtitleStyleFile::registry();
-    registry.addStyle(style("new"));
-    const auto again = SubtitleStyleFile::registry();
-    EXPECT_EQ(again.getStyles().size(), 20'002U);
-    EXPECT_EQ(again.getStyle("last").id, "last");
-}
-
-TEST_F(SubtitleStyles, AreOneRegistryForTheWholeProcess)
-{
-    auto& registry = SubtitleStyleManager::instance();
-    EXPECT_EQ(&registry, &SubtitleStyleManager::instance());
-    EXPECT_FALSE(registry.getStyles().empty());
+    const auto registry = SubtitleStyleFile::registry();
+    EXPECT_EQ(registry.getStyles().size(), 70'001U);
+    EXPECT_EQ(registry.getStyle("last").id, "last");
+    EXPECT_EQ(&SubtitleStyleManager::instance(), &SubtitleStyleManager::instance());
 }
 
 } // namespace

@@ -74,10 +74,9 @@ std::string describe(const SubtitleTrack& track)
         const auto& elements = dynamic_cast<const SubtitleTrack::SubtitleCel&>(*list).elements();
         const bool known = elements.count(in.editGraph()) != 0;
         text += (i ? "; " : "") + numberText(in.edit_time()) + "-" +
-                numberText(list->getChanEventPtr(i + 1)->edit_time()) + " ";
-        text += in.strip_name().isBlack() ? "."
-                : known                   ? textOf(track.getElement(in.editGraph()))
-                                          : "?";
+                numberText(list->getChanEventPtr(i + 1)->edit_time());
+        const std::string words = known ? textOf(track.getElement(in.editGraph())) : "?";
+        text += in.strip_name().isBlack() ? " ." : (words.empty() ? "" : " ") + words;
     }
     return text;
 }

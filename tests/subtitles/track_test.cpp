@@ -3,15 +3,16 @@
 #include "platform/support/PStream.h"
 #include "platform/support/layers.h"
 #include "platform/support/prefs.h"
+#include "platform/support/utf8.h"
 #include "subtitles/SubtitleCel.h"
 #include "tests/subtitles/subtitle_text.h"
 #include "tests/support/golden.h"
+#include "tests/support/table.h"
 #include "tests/support/temporary_folder.h"
 
 #include <cmath>
-#include <cstring>
-#include <limits>
 #include <random>
+#include <sstream>
 
 #include <gtest/gtest.h>
 
@@ -20,31 +21,13 @@ namespace {
 
 using Range = SubtitleTrack::Range;
 
-constexpr double kNoNumber = std::numeric_limits<double>::quiet_NaN();
-
 TEST(SubtitleTrack, LaysElementsAndTheBlackBetweenThem)
 {
-    // clang-format off
-    struct Case { const char* name; const char* elements; double end; const char* expected; unsigned texts; };
-    static const Case cases[] = {
-        {"one",                  "2-3 a",                5.0, "0-2 .; 2-3 a; 3-5 .", 1},
-        {"none",                 "",                     0.0, "", 0},
-        {"only black",           "",                     2.0, "0-2 .", 0},
-        {"side by side",         "0-1 a; 1-2 b/c",       1.0, "0-1 a; 1-2 b/c", 2},
-        {"too early",            "0-2 a; 1-2 b",         0.0, "0-2 a; 2-3 b", 2},
-        {"before the start",     "-1-1 a",               0.0, "0-2 a", 1},
-        {"lengths are rounded",  "0.019-1.039 a",        2.0, "0-0 .; 0-1.04 a; 1.04-2 .", 1},
-        {"no text",              "0-1 ",                 0.0, "0-1 ", 1},
-        {"of no length",         "1-1 a; 1-2 b",         0.0, "0-1 .; 1-1 a; 1-2 b", 2},
-        {"backwards",            "2-1 a; 3-4 b",         0.0, "0-3 .; 3-4 b", 1},
-        {"no time",              "0-nan a; 0-1e99 b; 1e12-2e12 d; 1-2 c", kNoNumber, "0-1 .; 1-2 c", 1},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        const SubtitleTrack track = subtitles(c.elements, c.end);
-        EXPECT_EQ(describe(track), c.expected);
-        EXPECT_EQ(track.getNumElements(), c.texts);
+    for (const TableRow& row : table("subtitles", "set")) {
+        SCOPED_TRACE(row.place + " " + row[0]);
+        const SubtitleTrack track = subtitles(row[1], row.number(2));
+        EXPECT_EQ(describe(track), row[3]);
+        EXPECT_EQ(std::to_string(track.getNumElements()), row[4]);
     }
     // A frame of 25 seconds leaves nothing of any length.
     EXPECT_EQ(describe(SubtitleTrack(elements("2-3 a"), 5.0, 25.0)), "0-0 .; 0-0 a; 0-0 .");
@@ -75,89 +58,70 @@ TEST(SubtitleTrack, KeepsEveryElementWithinHalfAFrameOfItsTime)
 
 TEST(SubtitleTrack, LeavesOutWhatHasNoPlaceOnTheGrid)
 {
-    // clang-format off
-    struct Case { const char* name; const char* elements; double end; const char* expected; std::vector<std::size_t> leftOut; };
-    static const Case cases[] = {
-        {"both ends rounded",   "0.99-2.03 a; 2.03-3 b", 3.01, "0-1 .; 1-2.04 a; 2.04-3 b", {}},
-        {"less than a frame",   "1-1 a; 2-2.001 b",      3.0,  "0-1 .; 1-1.04 a; 1.04-2 .; 2-2.04 b; 2.04-3 .", {}},
-        {"too early",           "0-2 a; 1-3 b",          0.0,  "0-2 a; 2-3 b", {}},
-        {"behind another",      "0-2 a; 1-2 b; 2-3 c",   0.0,  "0-2 a; 2-3 c", {1}},
-        {"before the start",    "-2--1 a; -1-1 b",       0.0,  "0-1 b", {0}},
-        {"no time",             "2-1 a; 0-nan b; 0-1e99 c; 0-1 d", kNoNumber, "0-1 d", {0, 1, 2}},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const TableRow& row : table("subtitles", "set on the grid")) {
+        SCOPED_TRACE(row.place + " " + row[0]);
         SubtitleTrack track(0.04);
-        EXPECT_EQ(track.setElementsOnGrid(elements(c.elements), c.end), c.leftOut);
-        EXPECT_EQ(describe(track), c.expected);
+        std::string leftOut;
+        for (const std::size_t index : track.setElementsOnGrid(elements(row[1]), row.number(2)))
+            leftOut += (leftOut.empty() ? "" : " ") + std::to_string(index);
+        EXPECT_EQ(describe(track), row[3]);
+        EXPECT_EQ(leftOut, row[4]);
     }
 }
 
 TEST(SubtitleTrack, LaysOneElementOverWhateverIsThere)
 {
-    // clang-format off
-    struct Case { const char* name; const char* before; const char* added; const char* expected; };
-    static const Case cases[] = {
-        {"on an empty track",       "",               "0-1 x",     "0-1 x"},
-        {"farther on",              "",               "2-3 x",     "0-2 .; 2-3 x"},
-        {"inside another",          "0-3 a",          "1-2 x",     "0-1 a; 1-2 x; 2-3 a"},
-        {"over several",            "0-1 a; 1-2 b; 2-3 c", "0.4-2.4 x", "0-0.4 a; 0.4-2.4 x; 2.4-3 c"},
-        {"over the end",            "0-2 a",          "1-4 x",     "0-1 a; 1-4 x"},
-        {"of no length: as it says", "0-2 a; 2-3 b",  "1-1 x",     "0-1 a; 1-2 a; 2-3 b"},
-        {"backwards: black alone",  "0-2 a",          "1-0 x",     "0-1 a; 1-2 ."},
-        {"off the frames, past the end", "",          "1.01-2.01 x", "0-1 .; 1-2 ."},
-        {"no time",                 "0-1 a",          "nan-1 x",   "0-1 a"},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        SubtitleTrack track = subtitles(c.before);
-        track.add(elements(c.added).front());
-        EXPECT_EQ(describe(track), c.expected);
+    for (const TableRow& row : table("subtitles", "add")) {
+        SCOPED_TRACE(row.place + " " + row[0]);
+        SubtitleTrack track = subtitles(row[1]);
+        track.add(elements(row[2]).front());
+        EXPECT_EQ(describe(track), row[3]);
         EXPECT_EQ(faultsOf(track), "");
+    }
+}
+
+/// Does the edit of a row: its name and times.
+void edit(SubtitleTrack& track, const TableRow& row)
+{
+    std::istringstream words(row[1]);
+    std::string name;
+    double a = 0.0, b = 0.0, at = 0.0;
+    words >> name >> a >> b >> at;
+    const SubtitleTrack source = row[2] == "nothing"  ? SubtitleTrack::createInvalid()
+                                 : row[2] == "itself" ? track
+                                                      : subtitles(row[2]);
+    const Kt::Ptr<Cel> list = track.getCel();
+    if (name == "remove")
+        track.remove({a, b});
+    else if (name == "insert")
+        track.insert(source, {a, b}, at, {});
+    else if (name == "insert-list")
+        list->insert(source.getCel().get(), {a, b}, at, {});
+    else if (name == "replace")
+        track.replace(source, {a, b}, at, {}, Editable::kReplacePlain);
+    else if (name == "clear")
+        list->clear();
+    else if (name.starts_with("cut"))
+        list->makeCutAt(a);
+    if (name == "cut-simplify") {
+        EXPECT_TRUE(track.simplify(Simplification::kAll, Editable::invalidRange()));
+    }
+    if (name == "trim") {
+        ce_handle in = list->find_ceh(a, in_point);
+        list->trim(in, b, trim_end);
     }
 }
 
 TEST(SubtitleTrack, TakesItsTextsThroughEveryEdit)
 {
-    struct Case
-    {
-        const char* name;
-        void (*edit)(SubtitleTrack& track);
-        const char* expected;
-    };
-    // clang-format off
-    static const Case cases[] = {
-        {"remove within one",  [](SubtitleTrack& t) { t.remove({1.4, 1.6}); }, "0-1 .; 1-1.4 {s}a; 1.4-1.8 {s}a; 1.8-2.8 b/c; 2.8-3.8 ."},
-        {"remove one",         [](SubtitleTrack& t) { t.remove({1.0, 2.0}); }, "0-1 .; 1-2 b/c; 2-3 ."},
-        {"remove all",         [](SubtitleTrack& t) { t.remove({0.0, 9.0}); }, ""},
-        {"cut",                [](SubtitleTrack& t) { t.getCel()->makeCutAt(1.4); }, "0-1 .; 1-1.4 {s}a; 1.4-2 {s}a; 2-3 b/c; 3-4 ."},
-        {"cut and simplify",   [](SubtitleTrack& t) { t.getCel()->makeCutAt(1.4); EXPECT_TRUE(t.simplify(Simplification::kAll, Editable::invalidRange())); },
-                                                                              "0-1 .; 1-2 {s}a; 2-3 b/c; 3-4 ."},
-        {"insert",             [](SubtitleTrack& t) { t.insert(subtitles("0-1 x; 1-2 y"), {0.6, 1.2}, 2.0, {}); },
-                                                                              "0-1 .; 1-2 {s}a; 2-2.4 x; 2.4-2.6 y; 2.6-3.6 b/c; 3.6-4.6 ."},
-        {"insert nothing",     [](SubtitleTrack& t) { t.insert(SubtitleTrack::createInvalid(), {0.0, 1.0}, 2.0, {}); },
-                                                                              "0-1 .; 1-2 {s}a; 2-3 .; 3-4 b/c; 4-5 ."},
-        {"insert itself",      [](SubtitleTrack& t) { t.insert(t, {1.0, 2.4}, 1.4, {}); },
-                                                                              "0-1 .; 1-1.4 {s}a; 1.4-2.4 {s}a; 2.4-2.8 b/c; 2.8-3.4 {s}a; 3.4-4.4 b/c; 4.4-5.4 ."},
-        {"replace",            [](SubtitleTrack& t) { t.replace(subtitles("0-9 x"), {3.0, 4.0}, 1.4, {}, Editable::kReplacePlain); },
-                                                                              "0-1 .; 1-1.4 {s}a; 1.4-2.4 x; 2.4-3 b/c; 3-4 ."},
-        {"trim",               [](SubtitleTrack& t) { ce_handle h = t.getCel()->find_ceh(1.0, in_point); t.getCel()->trim(h, -0.4, trim_end); },
-                                                                              "0-1 .; 1-1.6 {s}a; 1.6-2.6 b/c; 2.6-3.6 ."},
-        {"foreign material",   [](SubtitleTrack& t) { t.getCel()->insert(subtitles("").getCel().get(), {0.0, 1.0}, 0.0, {}); },
-                                                                              "0-1 .; 1-2 .; 2-3 {s}a; 3-4 b/c; 4-5 ."},
-        {"clear",              [](SubtitleTrack& t) { t.getCel()->clear(); }, ""},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const TableRow& row : table("subtitles", "edit")) {
+        SCOPED_TRACE(row.place + " " + row[0]);
         SubtitleTrack track = subtitles("1-2 {s}a; 2-3 b/c", 4.0);
         const SubtitleTrack before = track.clone();
-        c.edit(track);
-        EXPECT_EQ(describe(track), c.expected);
+        edit(track, row);
+        EXPECT_EQ(describe(track), row[3]);
         EXPECT_EQ(faultsOf(track), "");
-        EXPECT_EQ(describe(stored(track)), c.expected);
+        EXPECT_EQ(describe(stored(track)), row[3]);
         EXPECT_EQ(describe(before), "0-1 .; 1-2 {s}a; 2-3 b/c; 3-4 .") << "a clone is its own";
     }
 }
@@ -205,42 +169,24 @@ TEST(SubtitleTrack, KeepsTheTextsOfSectionsInListsMadeFromIt)
 
 TEST(SubtitleTrack, MergesEqualWordsWhateverTheirStyle)
 {
-    // clang-format off
-    struct Case { const char* before; const char* after; };
-    static const Case cases[] = {
-        {"0-1 {s}a/b; 1-2 {t}a/b", "0-2 {s}a/b"},     {"0-1 a; 1-2 A", "0-1 a; 1-2 A"},
-        {"0-1 a/b; 1-2 a",         "0-1 a/b; 1-2 a"}, {"0-1 a; 1-2 a; 2-3 b; 3-4 b; 5-6 b", "0-2 a; 2-4 b; 4-5 .; 5-6 b"},
-        {"0-1 ; 1-2 ",             "0-2 "},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        SubtitleTrack track = subtitles(c.before);
+    for (const TableRow& row : table("subtitles", "merge")) {
+        SubtitleTrack track = subtitles(row[1]);
         track.simplify(Simplification::kMatchFrameCuts, Editable::invalidRange());
-        EXPECT_EQ(describe(track), c.after);
-        EXPECT_EQ(faultsOf(track), "");
+        EXPECT_EQ(describe(track), row[2]) << row.place;
+        EXPECT_EQ(faultsOf(track), "") << row.place;
     }
 }
 
 TEST(SubtitleTrack, FindsTheFirstSectionWithAText)
 {
-    // clang-format off
-    struct Case { const char* text; int from, to; int expected; };
-    static const Case cases[] = {
-        {"ahoy", -1, -1, 2}, {"goes", -1, -1, 4},  {"THERE", -1, -1, 4}, {"there ahoy", -1, -1, -1}, {"", -1, -1, -1},
-        {"ahoy", 3,  -1, 8}, {"ahoy", 2,  -1, 2},  {"ahoy", 4,  8,  -1}, {"ahoy", 4,  9,  8},        {"ahoy", 9,  -1, -1},
-        {"ahoy", 99, 99, 2}, {".",    -1, -1, -1}, {"last", -1, -1, 10},
-    };
-    // clang-format on
     const SubtitleTrack track =
         subtitles("1-2 /Ahoy; 2-3 Who goes/there?; 4-5 ahoy!; 5-6 last", 7.0);
     const auto at = [&track](int index) {
         return index < 0 ? ce_handle() : ce_handle(track.getCel(), index);
     };
-    for (const Case& c : cases) {
-        const auto found =
-            track.find(std::wstring(c.text, c.text + std::strlen(c.text)), at(c.from), at(c.to));
-        EXPECT_EQ(found.valid() ? found.get_index() : -1, c.expected)
-            << c.text << " from " << c.from << " to " << c.to;
+    for (const TableRow& row : table("subtitles", "find")) {
+        const auto found = track.find(toWide(row[0]), at(row.integer(1)), at(row.integer(2)));
+        EXPECT_EQ(found.valid() ? found.get_index() : -1, row.integer(3)) << row.place;
     }
     const SubtitleTrack other = subtitles("0-1 ahoy");
     EXPECT_EQ(track.find(L"ahoy", other.getCel()->get_start_ceh(), {}).get_index(), 2)
@@ -369,7 +315,7 @@ TEST(SubtitleLayer, HoldsTheseBytes)
 
 TEST(SubtitleLayer, GivesBackWhatItWasGiven)
 {
-    SubtitleTrack track = subtitles("1-2 {s}a; 2-3 b; 3-4 c/\xF0\x9F\x98\x80; 4-5 ", 6.0);
+    SubtitleTrack track = subtitles("1-2 {s}a; 2-3 b; 3-4 c/\xF0\x9F\x98\x80; 4-5", 6.0);
     const IdStamp second = track.getCel()->find_ceh(2.0, in_point).getEffectGraph();
     track.setElement(second, {{std::wstring(L"a\0b", 3), L"\xD800", L"\x10FFFF"}, "x"});
     std::string notes;
