@@ -128,6 +128,8 @@ Zero zeroOf(const ImportOptions& options, const Cut& cut, const SubtitleCues& fi
 int runImportInto(const ImportOptions& options)
 {
     const std::string& output = options.output.empty() ? options.into : options.output;
+    if (!options.rate.empty())
+        throw Failure(kUsage, "--rate is not for --into: subtitles go on the frames of the cut");
     OpenedCut opened = openCut(options.into);
     if (!holdsEverything(options.output.empty() ? opened.kind : kindOfName(output)))
         throw Failure(kUsage, output + kWrongResult);
