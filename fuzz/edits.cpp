@@ -23,35 +23,26 @@ std::ptrdiff_t faults(const Cel& track)
 void editInOrder(const Kt::Ptr<Cel>& track, const Kt::Ptr<Cel>& source, Choices& choices)
 {
     const auto range = choices.range(*track);
-    switch (choices.below(8)) {
-    case 0:
-        track->makeCutAt(choices.time(*track));
-        break;
-    case 1:
-        track->remove(range);
-        break;
-    case 2:
-    case 3: {
+    const auto putIn = [&] {
         const Cel* from = choices.below(3) == 0 ? track.get() : source.get();
         const double at = choices.time(*track);
         if (choices.below(2) == 0)
             track->insert(from, range, at, {});
         else
             track->replace(from, range, at, {}, Editable::kReplacePlain);
-        break;
+    };
+    // clang-format off
+    switch (choices.below(8)) {
+    case 0: track->makeCutAt(choices.time(*track)); break;
+    case 1: track->remove(range); break;
+    case 2:
+    case 3: putIn(); break;
+    case 4: track->simplify(static_cast<Simplification::eType>(choices.below(5)), range); break;
+    case 5: track->simplifyTidy(range); break;
+    case 6: track->appendEventPair(video_black, 0.0, double(choices.below(100)) / 25, -1.0); break;
+    default: track->quantiseInPlace();
     }
-    case 4:
-        track->simplify(static_cast<Simplification::eType>(choices.below(5)), range);
-        break;
-    case 5:
-        track->simplifyTidy(range);
-        break;
-    case 6:
-        track->appendEventPair(video_black, 0.0, double(choices.below(100)) / 25, -1.0);
-        break;
-    default:
-        track->quantiseInPlace();
-    }
+    // clang-format on
 }
 
 } // namespace

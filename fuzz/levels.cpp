@@ -1,6 +1,6 @@
 #include "fuzz/fuzz.h"
 
-#include "platform/support/layers.h"
+#include "tests/tracks/level_stream.h"
 #include "tracks/AudCel.h"
 #include "tracks/AudLevelsCel.h"
 #include "tracks/level_accuracy.h"
@@ -12,34 +12,17 @@
 namespace {
 
 using namespace cel::fuzz;
+using cel::test::encodeLevels;
 using Store = AudLevelsCelRep::Store;
 
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
 /// A layer read into an envelope.
-Kt::Ptr<AudLevelsCelRep> decodeLevels(std::span<const std::byte> body, unsigned char revision)
+Kt::Ptr<AudLevelsCelRep> read(std::span<const std::byte> body, unsigned char revision)
 {
-    StreamFile file;
-    PStream stream(file);
-    cel::writeLayer(stream, AudLevelsCelRep::shortLayerName().view(), [=](PStream& layer) {
-        layer.file().write(body);
-        return revision;
-    });
-    const Kt::Ptr<AudLevelsCelRep> levels(new AudLevelsCelRep(0.04));
-    levels->STRM_hierarchyUnpack(stream);
-    require(file.atEnd(), "a reader stands behind its layer");
-    return levels;
-}
-
-Bytes encodeLevels(const AudLevelsCelRep& levels)
-{
-    StreamFile file;
-    PStream stream(file);
-    levels.STRM_hierarchyPack(stream);
-    const auto frame = cel::peekLayer(stream);
-    require(frame && frame->checksumMatches && frame->revision == 3, "one whole layer is written");
-    const auto body = file.bytes().subspan(frame->bodyOffset, frame->bodyBytes);
-    return {body.begin(), body.end()};
+    const cel::test::DecodedLevels levels = cel::test::decodeLevels(body, revision);
+    require(levels.atEnd, "a reader stands behind its layer");
+    return levels.levels;
 }
 
 bool inOrder(const Store& store)
@@ -62,53 +45,39 @@ double timeFor(Choices& choices, const Store& store)
     return store.nodes()[index].getRawTime() + (choices.below(2) ? near : -near);
 }
 
+/// A track with some sections of sound and of silence.
+AudCel someTrack(Choices& choices)
+{
+    AudCel track;
+    const Kt::Ptr<Cel> list(new Cel(0, 0.04));
+    for (unsigned i = choices.below(4); i > 0; --i)
+        list->appendEventPair(choices.below(2) ? audio_black : Cookie(kAudioCookie, 1, 0, 0), 0.0,
+                              0.5 * choices.below(9), -1.0);
+    static_cast<ManagedCel_CelSetter&>(track).setCel(list);
+    return track;
+}
+
 /// Does one thing to an envelope.
 void editLevels(AudLevelsCelRep& levels, Choices& choices)
 {
     const auto time = [&] { return timeFor(choices, levels.nodes()); };
     const AudLevelsCelRep::Range range(time(), time());
     const AudLevelsCelRep* const source = choices.below(2) ? &levels : nullptr;
+    // clang-format off
     switch (choices.below(11)) {
-    case 0:
-        levels.remove(range);
-        break;
-    case 1:
-        levels.insert(source, range, time(), {});
-        break;
-    case 2:
-        levels.replace(source, range, time(), {}, Editable::kReplacePlain);
-        break;
-    case 3:
-        levels.tidyGuardNodesBackward(time());
-        break;
-    case 4:
-        levels.tidyGuardNodesForward(time());
-        break;
-    case 5:
-        levels.replaceDependentGuardNodesAtPoint(time());
-        break;
-    case 6:
-        levels.removeCoincidentNodes();
-        break;
-    case 7:
-        levels.simplify1();
-        break;
-    case 8:
-        levels.simplify2();
-        break;
-    case 9:
-        levels.simplify_section_2(range.start(), range.end());
-        break;
-    default: {
-        AudCel track;
-        const Kt::Ptr<Cel> list(new Cel(0, 0.04));
-        for (unsigned i = choices.below(4); i > 0; --i)
-            list->appendEventPair(choices.below(2) ? audio_black : Cookie(kAudioCookie, 1, 0, 0),
-                                  0.0, 0.5 * choices.below(9), -1.0);
-        static_cast<ManagedCel_CelSetter&>(track).setCel(list);
-        levels.checkNodesRevision(track);
+    case 0: levels.remove(range); break;
+    case 1: levels.insert(source, range, time(), {}); break;
+    case 2: levels.replace(source, range, time(), {}, Editable::kReplacePlain); break;
+    case 3: levels.tidyGuardNodesBackward(time()); break;
+    case 4: levels.tidyGuardNodesForward(time()); break;
+    case 5: levels.replaceDependentGuardNodesAtPoint(time()); break;
+    case 6: levels.removeCoincidentNodes(); break;
+    case 7: levels.simplify1(); break;
+    case 8: levels.simplify2(); break;
+    case 9: levels.simplify_section_2(range.start(), range.end()); break;
+    default: levels.checkNodesRevision(someTrack(choices));
     }
-    }
+    // clang-format on
 }
 
 /// Thins a copy within a distance, and measures that it stays there.
@@ -133,8 +102,8 @@ void requireSound(AudLevelsCelRep& levels)
     for (const double t : {-kInf, 0.0, 2.5, kInf, double(NAN)})
         levels.levelAt(t);
     // Equal times of neighbours are dropped, so the first reading may lose some.
-    const Bytes settled = encodeLevels(*decodeLevels(encodeLevels(levels), 3));
-    require(settled == encodeLevels(*decodeLevels(settled, 3)), "what was read is stored the same");
+    const Bytes settled = encodeLevels(*read(encodeLevels(levels), 3));
+    require(settled == encodeLevels(*read(settled, 3)), "what was read is stored the same");
 }
 
 } // namespace
@@ -148,7 +117,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     if (size == 0)
         return 0;
     const auto levels =
-        decodeLevels(bytesOf(data + 1, size - 1), static_cast<unsigned char>(data[0] % kRevisions));
+        read(bytesOf(data + 1, size - 1), static_cast<unsigned char>(data[0] % kRevisions));
     Choices choices(bytesOf(data, size));
     requireSound(*levels);
     for (int i = 0; i < kEdits && levels->nodes().size() < kLarge; ++i)

@@ -27,22 +27,12 @@ int Choices::index(const Cel& track)
 double Choices::time(const Cel& track)
 {
     constexpr double kNear = 0.6e-6;
-    static constexpr double kOddTimes[] = {0.0,
-                                           1.0,
-                                           -3.5,
-                                           0.02,
-                                           1e-7,
-                                           cel::kEndlessTime,
-                                           -cel::kEndlessTime,
-                                           2e12,
-                                           5e-10,
-                                           kUnsetTime,
-                                           kInvalidTime,
-                                           1e300,
-                                           std::numeric_limits<double>::infinity(),
-                                           -std::numeric_limits<double>::infinity(),
-                                           std::numeric_limits<double>::quiet_NaN(),
-                                           -0.0};
+    constexpr double kInf = std::numeric_limits<double>::infinity();
+    // clang-format off
+    static constexpr double kOddTimes[] = {
+        0.0, 1.0, -3.5, 0.02, 1e-7, cel::kEndlessTime, -cel::kEndlessTime, 2e12, 5e-10, kUnsetTime,
+        kInvalidTime, 1e300, kInf, -kInf, std::numeric_limits<double>::quiet_NaN(), -0.0};
+    // clang-format on
     const unsigned how = below(4);
     if (how == 3)
         return kOddTimes[below(std::size(kOddTimes))];
@@ -61,13 +51,9 @@ NumRange<double, Ordered> Choices::range(const Cel& track)
 
 Cookie Choices::material()
 {
+    constexpr Cookie kSynthetic(kEffectCookie, Cookie::kEffect, 0, Cookie::kSynthetic);
     static constexpr Cookie kSome[] = {
-        video_black,
-        audio_black,
-        Cookie(kVideoCookie, 1, 0, 0),
-        Cookie(kAudioCookie, 2, 3, 4),
-        Cookie(kEffectCookie, Cookie::kEffect, 0, Cookie::kSynthetic),
-        Cookie()};
+        video_black, audio_black, {kVideoCookie, 1, 0, 0}, {kAudioCookie, 2, 3, 4}, kSynthetic, {}};
     Cookie material = kSome[below(std::size(kSome))];
     material.setVersion(static_cast<unsigned char>(below(2)));
     return material;

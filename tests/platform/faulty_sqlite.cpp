@@ -2,7 +2,7 @@
 
 #include <sqlite3.h>
 
-#include <cstddef>
+#include <map>
 #include <stdexcept>
 #include <utility>
 
@@ -11,20 +11,22 @@ namespace cel::test {
 namespace {
 
 using Act = FaultySqlite::Act;
+using Methods = sqlite3_io_methods;
 
 FaultySqlite* theFaults = nullptr;
 sqlite3_vfs* theSystem = nullptr;
 
-/// Our part of an open file; the system's lies behind it.
-struct File
+/// The methods of a kind of open file, and the system's behind them.
+struct FaultyMethods
 {
-    sqlite3_file base;
-    sqlite3_file* real() { return reinterpret_cast<sqlite3_file*>(this + 1); }
+    Methods ours;
+    const Methods* real;
 };
+std::map<const Methods*, FaultyMethods> theMethods; ///< by the system's
 
-sqlite3_file* real(sqlite3_file* file)
+const Methods& real(const sqlite3_file* file)
 {
-    return reinterpret_cast<File*>(file)->real();
+    return *reinterpret_cast<const FaultyMethods*>(file->pMethods)->real;
 }
 
 /// @return what a call answers that is not passed on; SQLITE_OK for one that is.
@@ -37,68 +39,43 @@ int outcome(Act act, int failure)
 template <auto Method, int Failure, class... Arguments>
 int passOn(sqlite3_file* file, Arguments... arguments)
 {
-    if constexpr (Failure != SQLITE_OK)
-        if (const int refused = outcome(theFaults->act(), Failure))
-            return refused;
-    return (real(file)->pMethods->*Method)(real(file), arguments...);
+    const int refused = outcome(theFaults->act(), Failure);
+    return refused != SQLITE_OK ? refused : (real(file).*Method)(file, arguments...);
 }
 
 int writeFile(sqlite3_file* file, const void* bytes, int count, sqlite3_int64 offset)
 {
     const Act act = theFaults->act();
     if (act == Act::shorten)
-        real(file)->pMethods->xWrite(real(file), bytes, count / 2, offset);
-    if (const int refused = outcome(act, SQLITE_IOERR_WRITE))
-        return refused;
-    return real(file)->pMethods->xWrite(real(file), bytes, count, offset);
+        real(file).xWrite(file, bytes, count / 2, offset);
+    const int refused = outcome(act, SQLITE_IOERR_WRITE);
+    return refused != SQLITE_OK ? refused : real(file).xWrite(file, bytes, count, offset);
 }
-
-void shmBarrier(sqlite3_file* file)
-{
-    real(file)->pMethods->xShmBarrier(real(file));
-}
-
-using Methods = sqlite3_io_methods;
-
-// Version 2: with shared memory for the log, without mapped files, whose writes nobody sees.
-const Methods kMethods = {
-    2,
-    [](sqlite3_file* file) { return real(file)->pMethods->xClose(real(file)); },
-    passOn<&Methods::xRead, SQLITE_OK, void*, int, sqlite3_int64>,
-    writeFile,
-    passOn<&Methods::xTruncate, SQLITE_IOERR_TRUNCATE, sqlite3_int64>,
-    passOn<&Methods::xSync, SQLITE_IOERR_FSYNC, int>,
-    passOn<&Methods::xFileSize, SQLITE_OK, sqlite3_int64*>,
-    passOn<&Methods::xLock, SQLITE_OK, int>,
-    passOn<&Methods::xUnlock, SQLITE_OK, int>,
-    passOn<&Methods::xCheckReservedLock, SQLITE_OK, int*>,
-    passOn<&Methods::xFileControl, SQLITE_OK, int, void*>,
-    [](sqlite3_file* file) { return real(file)->pMethods->xSectorSize(real(file)); },
-    [](sqlite3_file* file) { return real(file)->pMethods->xDeviceCharacteristics(real(file)); },
-    passOn<&Methods::xShmMap, SQLITE_IOERR_SHMMAP, int, int, int, void volatile**>,
-    passOn<&Methods::xShmLock, SQLITE_OK, int, int, int>,
-    shmBarrier,
-    passOn<&Methods::xShmUnmap, SQLITE_OK, int>,
-    nullptr,
-    nullptr,
-};
 
 int openFile(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int* outFlags)
 {
     file->pMethods = nullptr;
     if (const int refused = outcome(theFaults->act(), SQLITE_CANTOPEN))
         return refused;
-    const int result = theSystem->xOpen(theSystem, name, real(file), flags, outFlags);
-    if (real(file)->pMethods)
-        file->pMethods = &kMethods;
+    const int result = theSystem->xOpen(theSystem, name, file, flags, outFlags);
+    if (!file->pMethods)
+        return result;
+    FaultyMethods& faulty = theMethods[file->pMethods];
+    faulty = {*file->pMethods, file->pMethods};
+    faulty.ours.iVersion = 2; // without mapped files, whose writes nobody sees
+    faulty.ours.xWrite = writeFile;
+    faulty.ours.xTruncate = passOn<&Methods::xTruncate, SQLITE_IOERR_TRUNCATE, sqlite3_int64>;
+    faulty.ours.xSync = passOn<&Methods::xSync, SQLITE_IOERR_FSYNC, int>;
+    faulty.ours.xShmMap =
+        passOn<&Methods::xShmMap, SQLITE_IOERR_SHMMAP, int, int, int, void volatile**>;
+    file->pMethods = &faulty.ours;
     return result;
 }
 
 int removeFile(sqlite3_vfs*, const char* name, int syncFolder)
 {
-    if (const int refused = outcome(theFaults->act(), SQLITE_IOERR_DELETE))
-        return refused;
-    return theSystem->xDelete(theSystem, name, syncFolder);
+    const int refused = outcome(theFaults->act(), SQLITE_IOERR_DELETE);
+    return refused != SQLITE_OK ? refused : theSystem->xDelete(theSystem, name, syncFolder);
 }
 
 sqlite3_vfs theVfs;
@@ -115,7 +92,6 @@ FaultySqlite::FaultySqlite(std::function<Act(int call)> decide)
     theVfs = *theSystem;
     theVfs.pNext = nullptr;
     theVfs.zName = "faulty";
-    theVfs.szOsFile += static_cast<int>(sizeof(File));
     theVfs.xOpen = openFile;
     theVfs.xDelete = removeFile;
     sqlite3_vfs_register(&theVfs, 1);
@@ -126,11 +102,6 @@ FaultySqlite::~FaultySqlite()
     sqlite3_vfs_unregister(&theVfs);
     sqlite3_vfs_register(theSystem, 1);
     theFaults = nullptr;
-}
-
-FaultySqlite::Act FaultySqlite::act()
-{
-    return decide_(++calls_);
 }
 
 } // namespace cel::test

@@ -25,7 +25,7 @@ public:
     int calls() const { return calls_; }
 
     /// For the interposed functions: counts a call and decides on it.
-    Act act();
+    Act act() { return decide_(++calls_); }
 
 private:
     std::function<Act(int)> decide_;

@@ -6,49 +6,28 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <random>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace cel::test {
 
-/// A disk in memory that knows what would survive a power failure: the content of a file as it was
-/// at its last synchronisation, and a folder's names as they were at theirs. One flat folder.
+/// A disk in memory: one flat folder.
 class MemoryDisk final : public FileOperations
 {
 public:
     using Content = std::map<std::string, std::string>; ///< by name
 
-    /// Puts a file on the disk, synchronised.
     void put(const std::string& name, const std::string& content, bool writable = true)
     {
-        names_[name] = std::make_shared<Node>(Node{content, content, writable});
-        durableNames_ = names_;
+        names_[name] = std::make_shared<Node>(Node{content, writable});
     }
 
-    /// What is on the disk while the power is on.
     Content content() const
     {
         Content result;
         for (const auto& [name, node] : names_)
             result[name] = node->content;
-        return result;
-    }
-
-    /// One of the states in which a power failure now may leave the disk: of the changes of names
-    /// since the folder's last synchronisation any may be lost, and of a file's bytes since its own
-    /// any block of 4 KiB may be lost or filled with zeros.
-    Content afterPowerFailure(std::mt19937& random) const
-    {
-        Names names = durableNames_;
-        for (const Change& change : pending_) {
-            if (random() % 2 == 0)
-                apply(names, change);
-        }
-        Content result;
-        for (const auto& [name, node] : names)
-            result[name] = node->afterPowerFailure(random);
         return result;
     }
 
@@ -74,7 +53,8 @@ public:
     {
         open_.push_back(std::make_shared<Node>());
         file = static_cast<File>(open_.size());
-        return change({{path.string(), open_.back()}});
+        names_[path.string()] = open_.back();
+        return {};
     }
     Error copyPermissions(File, const Status&) override { return {}; }
     Error write(File file, std::span<const std::byte> bytes, std::size_t& count) override
@@ -90,16 +70,7 @@ public:
                                         static_cast<std::size_t>(offset));
         return {};
     }
-    Error sync(File file) override
-    {
-        if (file != kFolder) {
-            node(file).durable = node(file).content;
-        } else {
-            durableNames_ = names_;
-            pending_.clear();
-        }
-        return {};
-    }
+    Error sync(File) override { return {}; }
     Error close(File) override { return {}; }
     Error replace(const Path& file, const Path& target, const Path&, bool& movedAside) override
     {
@@ -108,59 +79,30 @@ public:
     }
     Error rename(const Path& from, const Path& to) override
     {
-        const auto found = names_.find(from.string());
-        return found == names_.end()
-                   ? noSuchFile()
-                   : change({{to.string(), found->second}, {from.string(), nullptr}});
+        const auto node = names_.extract(from.string());
+        if (!node)
+            return noSuchFile();
+        names_[to.string()] = node.mapped();
+        return {};
     }
-    Error remove(const Path& path) override { return change({{path.string(), nullptr}}); }
+    Error remove(const Path& path) override
+    {
+        return names_.erase(path.string()) != 0 ? Error() : noSuchFile();
+    }
 
 private:
     struct Node
     {
         std::string content;
-        std::string durable;
         bool writable = true;
-
-        std::string afterPowerFailure(std::mt19937& random) const
-        {
-            constexpr std::size_t kBlock = 4096;
-            if (content == durable)
-                return content;
-            std::string left(random() % 2 == 0 ? content.size() : durable.size(), '\0');
-            for (std::size_t offset = 0; offset < left.size(); offset += kBlock) {
-                const std::string& source = random() % 2 == 0 ? content : durable;
-                if (offset < source.size())
-                    source.copy(&left[offset], std::min(kBlock, left.size() - offset), offset);
-            }
-            return left;
-        }
     };
-    using Names = std::map<std::string, std::shared_ptr<Node>>;
-    using Change = std::vector<std::pair<std::string, std::shared_ptr<Node>>>; ///< all or none
 
     static constexpr File kFolder = 0;
 
     static Error noSuchFile() { return std::make_error_code(std::errc::no_such_file_or_directory); }
-    static void apply(Names& names, const Change& change)
-    {
-        for (const auto& [name, node] : change) {
-            names.erase(name);
-            if (node)
-                names[name] = node;
-        }
-    }
-    Error change(const Change& change)
-    {
-        apply(names_, change);
-        pending_.push_back(change);
-        return {};
-    }
     Node& node(File file) { return *open_.at(static_cast<std::size_t>(file) - 1); }
 
-    Names names_;
-    Names durableNames_;
-    std::vector<Change> pending_; ///< not synchronised yet
+    std::map<std::string, std::shared_ptr<Node>> names_;
     std::vector<std::shared_ptr<Node>> open_;
 };
 
@@ -186,34 +128,35 @@ public:
     }
 
     int calls() const { return calls_; }
+    const std::string& journal() const { return journal_; } ///< "status openFolder": the calls
 
     Error status(const Path& path, Status& status) override
     {
-        return fails() ? error_ : files_.status(path, status);
+        return fails("status") ? error_ : files_.status(path, status);
     }
     Error readLink(const Path& link, Path& target) override
     {
-        return fails() ? error_ : files_.readLink(link, target);
+        return fails("readLink") ? error_ : files_.readLink(link, target);
     }
     Error open(const Path& path, File& file, Status& status) override
     {
-        return fails() ? error_ : files_.open(path, file, status);
+        return fails("open") ? error_ : files_.open(path, file, status);
     }
     Error openFolder(const Path& path, File& folder) override
     {
-        return fails() ? error_ : files_.openFolder(path, folder);
+        return fails("openFolder") ? error_ : files_.openFolder(path, folder);
     }
     Error create(const Path& path, bool hidden, File& file) override
     {
-        return fails() ? error_ : files_.create(path, hidden, file);
+        return fails("create") ? error_ : files_.create(path, hidden, file);
     }
     Error copyPermissions(File file, const Status& other) override
     {
-        return fails() ? error_ : files_.copyPermissions(file, other);
+        return fails("copyPermissions") ? error_ : files_.copyPermissions(file, other);
     }
     Error write(File file, std::span<const std::byte> bytes, std::size_t& count) override
     {
-        if (fails())
+        if (fails("write"))
             return error_;
         const std::size_t most = act_ == Act::halve ? (bytes.size() + 1) / 2 : bytes.size();
         return files_.write(file, bytes.first(most), count);
@@ -221,7 +164,7 @@ public:
     Error read(File file, std::uint64_t offset, std::span<std::byte> target,
                std::size_t& count) override
     {
-        if (fails())
+        if (fails("read"))
             return error_;
         const std::size_t most = act_ == Act::halve ? (target.size() + 1) / 2 : target.size();
         const Error error = files_.read(file, offset, target.first(most), count);
@@ -229,17 +172,17 @@ public:
             target[0] ^= std::byte(1);
         return error;
     }
-    Error sync(File file) override { return fails() ? error_ : files_.sync(file); }
+    Error sync(File file) override { return fails("sync") ? error_ : files_.sync(file); }
     Error close(File file) override
     {
-        const bool failing = fails();
+        const bool failing = fails("close");
         const Error error = files_.close(file); // also then: it is not open afterwards
         return failing ? error_ : error;
     }
     Error replace(const Path& file, const Path& target, const Path& backup,
                   bool& movedAside) override
     {
-        if (fails())
+        if (fails("replace"))
             return error_;
         if (act_ != Act::moveAside)
             return files_.replace(file, target, backup, movedAside);
@@ -248,13 +191,17 @@ public:
     }
     Error rename(const Path& from, const Path& to) override
     {
-        return fails() || act_ == Act::moveAside ? error_ : files_.rename(from, to);
+        return fails("rename") || act_ == Act::moveAside ? error_ : files_.rename(from, to);
     }
-    Error remove(const Path& path) override { return fails() ? error_ : files_.remove(path); }
+    Error remove(const Path& path) override
+    {
+        return fails("remove") ? error_ : files_.remove(path);
+    }
 
 private:
-    bool fails()
+    bool fails(const char* name)
     {
+        journal_ += (calls_ == 0 ? "" : " ") + std::string(name);
         act_ = decide_(++calls_);
         return act_ == Act::fail;
     }
@@ -264,6 +211,7 @@ private:
     Error error_;
     Act act_ = Act::passOn;
     int calls_ = 0;
+    std::string journal_;
 };
 
 } // namespace cel::test

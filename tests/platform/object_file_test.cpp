@@ -109,24 +109,11 @@ std::size_t filesIn(const TemporaryFolder& folder)
         std::distance(std::filesystem::directory_iterator(folder.path()), {}));
 }
 
-/// A temporary folder in memory, where there is such a thing, for what is done a thousand times.
-class MemoryFolder
-{
-public:
-    std::filesystem::path operator/(std::string_view name) const { return folder_ / name; }
-    const TemporaryFolder& folder() const { return folder_; }
-
-private:
-    static std::filesystem::path place()
-    {
-        const std::filesystem::path memory("/dev/shm");
-        return std::filesystem::is_directory(memory) ? memory
-                                                     : std::filesystem::temp_directory_path();
-    }
-
-    EnvironmentVariable place_{"TMPDIR", place()};
-    TemporaryFolder folder_;
-};
+/// Temporary folders lie in memory, where there is such a thing: much here is done a thousand
+/// times.
+const EnvironmentVariable kPlace("TMPDIR", std::filesystem::is_directory("/dev/shm")
+                                               ? "/dev/shm"
+                                               : std::filesystem::temp_directory_path());
 
 const Content kOld = {{1, "one"}, {2, "two"}, {3, std::string(20'000, '3')}};
 const Content kNew = {{1, "uno"}, {3, std::string(20'000, '3')}, {4, std::string(30'000, '4')}};
@@ -177,7 +164,7 @@ TEST(ObjectFile, NamesDamagedRowsAndReadsTheRest)
 {
     for (const TableRow& c : table("stores", "damaged")) {
         SCOPED_TRACE(c.place);
-        const MemoryFolder folder;
+        const TemporaryFolder folder;
         create(folder / "file", kOld);
         runSql(folder / "file", c[0]);
         Content readable = kOld;
@@ -269,6 +256,7 @@ std::pair<std::string, int> saveStruck(const std::filesystem::path& path, const 
     return {error, disk.calls()};
 }
 
+/// A process that is killed leaves what one leaves whose calls all fail from some point on.
 TEST(ObjectFile, HoldsTheOldOrTheNewWhateverCallFails)
 {
     int faults = 0;
@@ -277,7 +265,7 @@ TEST(ObjectFile, HoldsTheOldOrTheNewWhateverCallFails)
         for (const bool onwards : {false, true}) {
             for (int at = 1, calls = at; at <= calls; ++at, ++faults) {
                 SCOPED_TRACE("call " + std::to_string(at) + (onwards ? " on" : ""));
-                const MemoryFolder folder;
+                const TemporaryFolder folder;
                 const StoreMark mark = create(folder / "file", kOld);
                 std::string error;
                 std::tie(error, calls) = saveStruck(folder / "file", mark, act, at, onwards);
@@ -297,11 +285,11 @@ TEST(ObjectFile, AppearsWholeOrNotAtAllWhateverCallFails)
 {
     for (const bool onwards : {false, true}) {
         for (int at = 1, calls = at; at <= calls; ++at) {
-            const MemoryFolder folder;
+            const TemporaryFolder folder;
             std::string error;
             std::tie(error, calls) = saveStruck(folder / "file", {}, Act::full, at, onwards);
             EXPECT_TRUE(error.empty() ? isOldOrNew(contentOfStore(folder / "file"), true)
-                                      : testing::AssertionResult(filesIn(folder.folder()) == 0))
+                                      : testing::AssertionResult(filesIn(folder) == 0))
                 << error;
         }
     }
@@ -311,7 +299,7 @@ TEST(ObjectFile, AppearsWholeOrNotAtAllWhateverCallFails)
 /// written.
 TEST(ObjectFile, NoticesEveryLossAndEveryBitThatMatters)
 {
-    const MemoryFolder folder;
+    const TemporaryFolder folder;
     create(folder / "file", kOld);
     const std::string whole = contentOf(folder / "file");
     const auto isNoticed = [&folder](const std::string& damaged) {
@@ -361,29 +349,6 @@ int inAnotherProcess(const Work& work)
     int status = 0;
     waitpid(child, &status, 0);
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-}
-
-TEST(ObjectFile, HoldsTheOldOrTheNewWhenTheProcessIsKilledAtAnyCall)
-{
-    int points = 0;
-    bool completed = false;
-    for (int at = 1; !completed; ++at, ++points) {
-        SCOPED_TRACE("killed at call " + std::to_string(at));
-        const MemoryFolder folder;
-        const StoreMark mark = create(folder / "file", kOld);
-        const int code = inAnotherProcess([&] {
-            const FaultySqlite disk([at](int call) {
-                if (call == at)
-                    kill(getpid(), SIGKILL);
-                return Act::passOn;
-            });
-            return replace(folder / "file", kNew, mark).empty() ? 0 : 1;
-        });
-        completed = code == 0;
-        EXPECT_TRUE(completed || code == 128 + SIGKILL) << code;
-        ASSERT_TRUE(isOldOrNew(contentOfStore(folder / "file"), completed));
-    }
-    EXPECT_GT(points, 30);
 }
 
 TEST(ObjectFile, OfTwoProcessesNoneLosesWhatTheOtherSaved)

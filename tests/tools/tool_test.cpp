@@ -39,8 +39,7 @@ struct Case
 };
 
 /// Reads the table: "$ command", then "? exit code", "> piece", "- absent", "! piece of the
-/// errors",
-/// "= line of the whole output". Other lines are for the reader.
+/// errors", "= line of the whole output". Other lines are for the reader.
 std::vector<Case> casesIn(const std::string& table)
 {
     std::vector<Case> cases;
@@ -203,28 +202,6 @@ TEST(Tool, AnswersEachCommandLineAsTheTableSays)
 TEST(Tool, TakesLevelEnvelopesAlongAsTheTableSays)
 {
     expectAnswersOf("levels.txt");
-}
-
-// Wherever a bit turns over in a stream, the file is refused or a finding names the place. Not at
-// every byte, for each costs a process; the reader's own tests turn every bit.
-TEST(Tool, NoticesAFlippedBitAnywhereInAStream)
-{
-    const Shell shell;
-    ASSERT_EQ(shell.run("cel import '" CEL_TOOL_TESTS "/files/crossing.edl' cut.cel").exitCode, 0);
-    const std::string sound = contentOf(shell.folder() / "cut.cel");
-    ASSERT_EQ(shell.run("cel check cut.cel").exitCode, 0);
-
-    for (std::size_t byte = 0; byte < sound.size(); byte += 13) {
-        SCOPED_TRACE("byte " + std::to_string(byte));
-        std::string damaged = sound;
-        damaged[byte] = static_cast<char>(damaged[byte] ^ 1 << byte % 8);
-        putContent(shell.folder() / "damaged.cel", damaged);
-        const Answer answer = shell.run("cel check damaged.cel");
-        const bool isRead = answer.exitCode == 1;
-        EXPECT_TRUE(isRead || answer.exitCode == 3);
-        EXPECT_THAT(isRead ? answer.out : answer.err,
-                    HasSubstr(isRead ? "fault    file              byte " : "cel: damaged.cel: "));
-    }
 }
 
 } // namespace
