@@ -67,11 +67,7 @@ TEST(CutLevels, SurviveAStreamAndAStore)
 {
     const TemporaryFolder folder;
     Cut cut = cutWithLevels();
-    CutObject unknown;
-    unknown.id = IdStamp(7, 7, 7);
-    unknown.className = "Future";
-    unknown.revision = 3;
-    unknown.layers = {std::byte(1), std::byte(2)};
+    const CutObject unknown{IdStamp(7, 7, 7), nullptr, "Future", 3, {std::byte(1), std::byte(2)}};
     cut.objects.put(unknown);
     for (const bool store : {false, true}) {
         SCOPED_TRACE(store ? "store" : "stream");

@@ -1,5 +1,5 @@
 #include "platform/support/safe_save.h"
-#include "tests/platform/file_models.h"
+#include "tests/platform/intercepted_files.h"
 #include "tests/support/temporary_folder.h"
 
 #include <random>
@@ -9,10 +9,6 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#if !defined(_WIN32)
-#include <sys/stat.h>
-#endif
 
 namespace cel::test {
 namespace {
@@ -37,7 +33,7 @@ std::string someBytes(std::size_t size, unsigned seed)
 const std::string kTarget = "cut.cel";
 const std::string kOld = someBytes(5000, 1);
 
-/// The three sizes of a save, onto a file and where there is none.
+/// What is saved, onto a file or where there is none.
 struct Start
 {
     std::string fresh;
@@ -54,25 +50,18 @@ std::vector<Start> starts()
     return all;
 }
 
-MemoryDisk diskOf(const Start& start)
-{
-    MemoryDisk disk;
-    if (start.exists)
-        disk.put(kTarget, kOld);
-    return disk;
-}
-
-/// The disk holds the old file or, when that is allowed, the new one; and nothing else that
+/// The folder holds the old file or, when that is allowed, the new one; and nothing else that
 /// `error` does not name.
-void expectWhole(const MemoryDisk::Content& content, const Start& start, bool mayBeNew,
-                 bool mayBeOld, const std::string& error)
+void expectWhole(const TemporaryFolder& folder, const Start& start, bool mayBeNew, bool mayBeOld,
+                 const std::string& error)
 {
-    const auto found = content.find(kTarget);
-    const bool isOld =
-        start.exists ? found != content.end() && found->second == kOld : found == content.end();
-    const bool isNew = found != content.end() && found->second == start.fresh;
+    const bool exists = std::filesystem::exists(folder / kTarget);
+    const std::string found = contentOf(folder / kTarget);
+    const bool isOld = exists == start.exists && (!exists || found == kOld);
+    const bool isNew = exists && found == start.fresh;
     EXPECT_TRUE((mayBeOld && isOld) || (mayBeNew && isNew));
-    for (const auto& [name, bytes] : content) {
+    for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
+        const std::string name = entry.path().filename().string();
         EXPECT_TRUE(name == kTarget || error.find(name) != std::string::npos) << name;
     }
 }
@@ -86,18 +75,19 @@ struct Fault
     int at;
 };
 
-/// Saves on a disk with that fault. @return false when the save was over before.
+/// Saves with that fault. @return false when the save was over before.
 bool saveStruck(const Start& start, const Fault& fault)
 {
-    MemoryDisk disk = diskOf(start);
+    const TemporaryFolder folder;
+    if (start.exists)
+        putContent(folder / kTarget, kOld);
     InterceptedFiles files(
-        disk,
         [&fault](int call) {
             const bool now = fault.onwards ? call >= fault.at : call == fault.at;
             return now ? fault.act : Act::passOn;
         },
         fault.error);
-    const SaveResult result = saveFile(kTarget, bytesOf(start.fresh), files);
+    const SaveResult result = saveFile(folder / kTarget, bytesOf(start.fresh), files);
     if (files.calls() < fault.at)
         return false;
     SCOPED_TRACE("size " + std::to_string(start.fresh.size()) + ", call " +
@@ -114,12 +104,12 @@ bool saveStruck(const Start& start, const Fault& fault)
     constexpr std::string_view kAside = "the former file is now \"";
     const std::size_t aside = result.error.find(kAside);
     if (aside == std::string::npos) {
-        expectWhole(disk.content(), start, result.saved || inPlace, !result.saved && !inPlace,
+        expectWhole(folder, start, result.saved || inPlace, !result.saved && !inPlace,
                     fault.onwards ? result.error : "");
     } else {
         const std::string name = result.error.substr(aside + kAside.size());
         EXPECT_TRUE(fault.act == Act::moveAside && fault.onwards);
-        EXPECT_EQ(disk.content()[name.substr(0, name.find('"'))], kOld);
+        EXPECT_EQ(contentOf(name.substr(0, name.find('"'))), kOld);
     }
     return true;
 }
@@ -149,10 +139,10 @@ TEST(SafeSave, LeavesTheOldFileOrTheNewOneWhateverCallFails)
 /// stands for the old bytes, and the new name never for bytes that are not on the disk.
 TEST(SafeSave, SynchronisesTheBytesBeforeAndTheNameAfterItReplaces)
 {
-    for (const bool exists : {true, false}) {
-        MemoryDisk disk = diskOf({"", exists});
-        InterceptedFiles files(disk, [](int) { return Act::passOn; });
-        EXPECT_TRUE(saveFile(kTarget, bytesOf("new"), files).saved);
+    const TemporaryFolder folder;
+    for (const bool exists : {false, true}) {
+        InterceptedFiles files([](int) { return Act::passOn; });
+        EXPECT_TRUE(saveFile(folder / kTarget, bytesOf("new"), files).saved);
         EXPECT_EQ(files.journal(), std::string("status openFolder create ") +
                                        (exists ? "copyPermissions " : "") +
                                        "write sync read close replace sync close");
@@ -162,27 +152,27 @@ TEST(SafeSave, SynchronisesTheBytesBeforeAndTheNameAfterItReplaces)
 TEST(SafeSave, RefusesWhatItMustNotReplaceAndSaysWhy)
 {
     const TemporaryFolder folder;
-    MemoryDisk disk;
-    disk.put("locked.cel", "old", false);
+    putContent(folder / "locked", "old");
     std::filesystem::create_directory(folder / "sub");
 
     // clang-format off
-    struct Case { std::filesystem::path path; FileOperations& files; const char* reason; };
+    struct Case { std::filesystem::path path; const char* reason; };
     const Case cases[] = {
-        {"locked.cel",                   disk,          "replacing \"locked.cel\": it is protected against writing; the former file is untouched"},
-        {folder / "sub",                 systemFiles(), "it is no ordinary file"},
-        {folder.path() / "",             systemFiles(), "naming"},
-        {"",                             systemFiles(), "naming"},
-        {folder / std::string_view("a\0b", 3), systemFiles(), "naming"},
-        {folder / "absent/cut.cel",      systemFiles(), "opening the folder"},
+        {folder / "locked",                    "locked\": it is protected against writing; the former file is untouched"},
+        {folder / "sub",                       "it is no ordinary file"},
+        {folder.path() / "",                   "naming"},
+        {"",                                   "naming"},
+        {folder / std::string_view("a\0b", 3), "naming"},
+        {folder / "absent/cut.cel",            "opening the folder"},
     };
     // clang-format on
     for (const Case& c : cases) {
-        const SaveResult result = saveFile(c.path, bytesOf("new"), c.files);
+        InterceptedFiles files([](int) { return Act::protect; });
+        const SaveResult result = saveFile(c.path, bytesOf("new"), files);
         EXPECT_FALSE(result.saved);
         EXPECT_THAT(result.error, HasSubstr(c.reason));
     }
-    EXPECT_EQ(disk.content()["locked.cel"], "old");
+    EXPECT_EQ(contentOf(folder / "locked"), "old");
 }
 
 TEST(ReadFile, ReadsWholeFilesAndNamesWhatItCannot)
@@ -207,8 +197,7 @@ TEST(ReadFile, ReadsWholeFilesAndNamesWhatItCannot)
         EXPECT_THAT(result.error, HasSubstr(c.error));
     }
     for (const Act act : {Act::fail, Act::halve}) {
-        InterceptedFiles files(systemFiles(),
-                               [act](int call) { return call > 1 ? act : Act::passOn; });
+        InterceptedFiles files([act](int call) { return call > 1 ? act : Act::passOn; });
         const ReadResult result = readFile(folder / "five", 5, files);
         EXPECT_EQ(result.complete, act == Act::halve);
         EXPECT_EQ(result.file.bytes().size(), act == Act::halve ? 5U : 0U);
@@ -216,14 +205,6 @@ TEST(ReadFile, ReadsWholeFilesAndNamesWhatItCannot)
 }
 
 #if !defined(_WIN32)
-
-unsigned permissionsOf(const std::filesystem::path& path)
-{
-    struct stat found
-    {
-    };
-    return stat(path.c_str(), &found) == 0 ? found.st_mode & 07777 : 0;
-}
 
 TEST(SafeSave, AcceptsEveryNameThatAFileCanHave)
 {
@@ -238,20 +219,21 @@ TEST(SafeSave, AcceptsEveryNameThatAFileCanHave)
 TEST(SafeSave, KeepsPermissionsAndIsHiddenMeanwhile)
 {
     const TemporaryFolder folder;
-    for (const mode_t mode : {0600U, 0640U, 0666U}) {
+    using std::filesystem::perms;
+    for (const perms mode : {perms(0600), perms(0640), perms(0666)}) {
         putContent(folder / "cut", "old");
-        ASSERT_EQ(chmod((folder / "cut").c_str(), mode), 0);
-        unsigned meanwhile = 0;
-        InterceptedFiles files(systemFiles(), [&](int) {
+        std::filesystem::permissions(folder / "cut", mode);
+        perms meanwhile = perms::none;
+        InterceptedFiles files([&](int) {
             for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
                 if (entry.path().filename() != "cut")
-                    meanwhile |= permissionsOf(entry.path());
+                    meanwhile |= entry.status().permissions();
             }
             return Act::passOn;
         });
         EXPECT_TRUE(saveFile(folder / "cut", bytesOf("new"), files).saved);
-        EXPECT_EQ(permissionsOf(folder / "cut"), mode);
-        EXPECT_EQ(meanwhile & ~mode, 0U);
+        EXPECT_EQ(std::filesystem::status(folder / "cut").permissions(), mode);
+        EXPECT_EQ(meanwhile & ~mode, perms::none);
     }
 }
 

@@ -141,22 +141,13 @@ std::vector<Node> randomNodes(std::mt19937& random)
     double level = fraction(random);
     for (int i = below(60); i > 0; --i) {
         time += below(40) == 0 ? 0.0 : 0.2 * fraction(random);
-        switch (manner) {
-        case 0: // flat, with a step now and then
-            level = below(15) ? level : fraction(random);
-            break;
-        case 1: // a straight slope: float levels weave about it
-            level = 0.2 + 1e-3 * time;
-            break;
-        case 2: // bent to one side
-            level = 0.9 - bend * static_cast<double>(i) * static_cast<double>(i) / 60.0;
-            break;
-        case 3: // a smooth wave
-            level = 0.5 + 0.4 * std::sin(3.0 * time);
-            break;
-        default:
-            level += 0.05 * (fraction(random) - 0.5);
-        }
+        const double step = below(15) ? level : fraction(random);
+        const double near = level + 0.05 * (fraction(random) - 0.5);
+        // Flat with steps, a slope about which float levels weave, bent to one side, a wave,
+        // random.
+        const double manners[] = {step, 0.2 + 1e-3 * time, 0.9 - bend * i * i / 60.0,
+                                  0.5 + 0.4 * std::sin(3.0 * time), near};
+        level = manners[std::min(manner, 4)];
         double strange = time;
         if (below(300) == 0)
             level = std::numeric_limits<double>::quiet_NaN();
