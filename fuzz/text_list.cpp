@@ -2,26 +2,16 @@
 #include "fuzz/fuzz.h"
 #include "platform/support/TextFile.h"
 
-namespace {
-
-TextFile linesOf(std::string_view text)
-{
-    TextFile file;
-    while (!text.empty()) {
-        const std::string_view line = text.substr(0, text.find('\n'));
-        file.appendLine(LightweightString<char>(line));
-        text.remove_prefix(std::min(line.size() + 1, text.size()));
-    }
-    return file;
-}
-
-} // namespace
+#include <sstream>
 
 /// Any text as a file of text edit lists, read by the importer and by a track.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     using namespace cel::fuzz;
-    TextFile file = linesOf(textOf(data, size));
+    TextFile file;
+    std::istringstream lines{std::string(textOf(data, size))};
+    for (std::string line; std::getline(lines, line);)
+        file.appendLine(line);
     Choices choices(bytesOf(data, size));
 
     const Kt::Ptr<Cel> track(new Cel(0, 0.04));

@@ -88,28 +88,26 @@ TEST(StoredCut, BringsItsObjectsAlongKnownOrNot)
     cut.objects.put(unknown(IdStamp(3, 3, 3), ""));
     cut.objects.name({first, "notes", 5}, IdStamp(3, 3, 3));
     EXPECT_EQ(save(cut, folder / "a.celdb"), "");
+    EXPECT_EQ(save(load(folder / "a.celdb").cut, folder / "b.celdb"), "");
 
-    for (const char* next : {"b.celdb", "c.celdb", "a.celdb"}) {
-        const LoadedCut loaded = load(folder / (next[0] == 'a' ? "c.celdb" : "a.celdb"));
-        EXPECT_EQ(text(loaded.findings), "");
-        EXPECT_EQ(tracksOf(loaded.cut), "A0-4, B0-4");
-        EXPECT_EQ(loaded.cut.objects.names(), cut.objects.names());
-        const CutObject* const effect = loaded.cut.objects.find(IdStamp(2, 2, 2));
-        ASSERT_TRUE(effect);
-        EXPECT_EQ(effect->className, "Future");
-        EXPECT_EQ(effect->revision, 9);
-        EXPECT_EQ(effect->layers, cut.objects.find(IdStamp(2, 2, 2))->layers);
-        const CutObject* const known = loaded.cut.objects.find(levels);
-        ASSERT_TRUE(known && known->object);
-        EXPECT_EQ(describe(*Kt::dynamicCast<Cel>(known->object)), "C0-1");
-        EXPECT_EQ(save(loaded.cut, folder / next), "");
-    }
+    LoadedCut loaded = load(folder / "b.celdb");
+    EXPECT_EQ(text(loaded.findings), "");
+    EXPECT_EQ(tracksOf(loaded.cut), "A0-4, B0-4");
+    EXPECT_EQ(loaded.cut.objects.names(), cut.objects.names());
+    const CutObject* const effect = loaded.cut.objects.find(IdStamp(2, 2, 2));
+    ASSERT_TRUE(effect);
+    EXPECT_EQ(effect->className, "Future");
+    EXPECT_EQ(effect->revision, 9);
+    EXPECT_EQ(effect->layers, cut.objects.find(IdStamp(2, 2, 2))->layers);
+    const CutObject* const known = loaded.cut.objects.find(levels);
+    ASSERT_TRUE(known && known->object);
+    EXPECT_EQ(describe(*Kt::dynamicCast<Cel>(known->object)), "C0-1");
 
-    Cut changed = load(folder / "a.celdb").cut;
+    Cut& changed = loaded.cut;
     fill(*Kt::dynamicCast<Cel>(changed.objects.find(levels)->object), "D1-2");
     changed.objects.remove(IdStamp(3, 3, 3));
-    EXPECT_EQ(save(changed, folder / "a.celdb"), "");
-    const Cut again = load(folder / "a.celdb").cut;
+    EXPECT_EQ(save(changed, folder / "b.celdb"), "");
+    const Cut again = load(folder / "b.celdb").cut;
     EXPECT_EQ(describe(*Kt::dynamicCast<Cel>(again.objects.find(levels)->object)), "C0-1 D1-2");
     EXPECT_EQ(again.objects.all().size(), 2U);
     EXPECT_EQ(again.objects.names().size(), 1U);

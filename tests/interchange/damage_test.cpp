@@ -7,9 +7,9 @@
 #include "tests/support/counted_heap.h"
 #include "tests/support/golden.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/table.h"
 
 #include <gtest/gtest.h>
-#include <limits>
 
 namespace cel::test {
 namespace {
@@ -56,59 +56,17 @@ TEST(DamagedCutStream, IsReportedWhicheverBitFlips)
 
 TEST(DamagedCutStream, WithSoundChecksumsIsReadWithinTheLimits)
 {
-    struct Case
-    {
-        const char* name;
-        const char* layer;
-        std::function<void(StreamFile&)> body;
-        int copies;
-    };
-    const auto nothing = [](StreamFile&) {};
-    const auto material = [](std::uint32_t claimed, int entries) {
-        return [=](StreamFile& file) {
-            file.setUnsignedLong(claimed);
-            for (int i = 0; i < 4 * entries; ++i)
-                file.setUnsignedLong(i % 4 == 0 ? 86 : 0);
-        };
-    };
-    const auto cut = [](std::int32_t numerator, std::int32_t denominator, std::uint64_t start) {
-        return [=](StreamFile& file) {
-            file.setUnsignedLong(0);
-            file.setLong(numerator);
-            file.setLong(denominator);
-            file.setCookedChar(1);
-            file.setUnsigned64(start);
-            file.setUnsignedLong(0xFFFFFFFF);
-        };
-    };
-    const Case cases[] = {
-        {"tracks without number", "C", nothing, 20'000},
-        {"unknown layers without number", "?", nothing, 20'000},
-        {"all the entries there could be", "M", material(0xFFFFFFFF, 0), 1},
-        {"entries without any text", "M", material(200'000, 200'000), 1},
-        {"entries of unknown kind", "M",
-         [](StreamFile& file) {
-             file.setUnsignedLong(100'000);
-             for (int i = 0; i < 400'000; ++i)
-                 file.setUnsignedLong(0);
-         },
-         1},
-        {"no frames a second", "P", cut(0, 1, 0), 1},
-        {"frames of no length", "P", cut(25, 0, 0), 1},
-        {"negative frames", "P", cut(-25, -1, 0), 1},
-        {"drops where there are none", "P", cut(25, 1, 0), 1},
-        {"the farthest start", "P", cut(25, 1, std::uint64_t(1) << 63), 1},
-        {"an empty cut layer", "P", nothing, 1},
-    };
     const LogCapture log;
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const TableRow& c : table("lists", "hostile layers")) {
+        SCOPED_TRACE(c.place);
         StreamFile file;
         PStream stream(file);
         writeObjectStreamHeader(stream);
-        for (int i = 0; i < c.copies; ++i)
-            writeLayer(stream, c.layer, [&](PStream& body) {
-                c.body(body.file());
+        for (int copy = 0; copy < c.integer(5); ++copy)
+            writeLayer(stream, c[1], [&c](PStream& body) {
+                body.file().write(std::as_bytes(std::span(c[2])));
+                for (int entry = 0; entry < c.integer(4); ++entry)
+                    body.file().write(std::as_bytes(std::span(c[3])));
                 return static_cast<unsigned char>(1);
             });
         EXPECT_TRUE(isReported(file.bytes()));

@@ -8,10 +8,12 @@
 #include "platform/support/prefs.h"
 #include "platform/support/utf8.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/table.h"
 #include "tests/support/temporary_folder.h"
 
 #include <algorithm>
 #include <clocale>
+#include <regex>
 #include <thread>
 
 #include <gmock/gmock.h>
@@ -220,26 +222,19 @@ TEST(TextFile, ReadsEveryLineEndAndSavesUnderItsOwnName)
 {
     const TemporaryFolder folder;
     const LightweightString<wchar_t> path = pathToWide(folder / "text");
-    // clang-format off
-    struct Case { const char* content; std::vector<std::string> lines; };
-    const Case cases[] = {
-        {"", {}}, {"\n", {""}}, {"a", {"a"}}, {"a\n", {"a"}}, {"a\r\nb\r\n", {"a", "b"}},
-        {"a\rb\n\rc", {"a", "b", "", "c"}}, {"\xEF\xBB\xBF" "a\r\r\nb", {"a", "", "b"}},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        putContent(folder / "text", c.content);
+    for (const TableRow& c : table("platform", "lines")) {
+        SCOPED_TRACE(c.place);
+        putContent(folder / "text", c[0]);
         TextFile file(path, true);
         ASSERT_TRUE(file.loaded());
-        ASSERT_EQ(file.numLines(), c.lines.size());
-        std::string expected;
-        for (std::size_t i = 0; i < c.lines.size(); ++i) {
-            EXPECT_EQ(file[i].view(), c.lines[i]);
-            expected += c.lines[i] + "\r\n";
-        }
-        EXPECT_TRUE(file[c.lines.size()].empty());
+        ASSERT_EQ(file.numLines(), c.number(1));
+        std::string lines;
+        for (std::size_t i = 0; i < file.numLines(); ++i)
+            lines += std::string(file[i].view()) + "\n";
+        EXPECT_EQ(lines, c[2]);
+        EXPECT_TRUE(file[file.numLines()].empty());
         EXPECT_TRUE(file.save({}, TextFile::kCarriageReturnLineFeed));
-        EXPECT_EQ(contentOf(folder / "text"), expected);
+        EXPECT_EQ(contentOf(folder / "text"), std::regex_replace(lines, std::regex("\n"), "\r\n"));
     }
 }
 

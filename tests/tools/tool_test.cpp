@@ -3,6 +3,7 @@
 #include "interchange/cel_store.h"
 #include "interchange/cel_stream.h"
 #include "interchange/cut_levels.h"
+#include "tests/support/level_notation.h"
 #include "tests/support/temporary_folder.h"
 
 #include <gmock/gmock.h>
@@ -150,18 +151,13 @@ void saveCutWithObjects(const std::filesystem::path& path)
     cut.objects.put(object, Kt::Ptr<Cel>(new Cel(0, 0.04)));
     cut.objects.name({track->editChannelId(), "levels", 0}, object);
 
-    using Store = AudLevelsCel::Store;
     const Kt::Ptr<Cel> sound = cut.addTrack(kAudioCookie);
     sound->appendEventPair(cut.materials.add({kAudioCookie, "GULLS", "TAPE2", ""}), 10, 4, -1);
     sound->appendEventPair(audio_black, 0, 2, -1);
     sound->getChanEventPtr(2)->edit_time(5);
     AudLevelsCel levels(0.04);
-    const Store::Node nodes[] = {{0.0, NAN, Store::kOrdinary, false},
-                                 {1.0, -0.5F, Store::eNodeType(9), false},
-                                 {2.0, 0.5F, Store::kEndGuard, false},
-                                 {2.0000005, 0.5F, Store::kEndGuard, false},
-                                 {NAN, 0.5F, Store::kOrdinary, false}};
-    levels.getNodeStore().insert_noAdjust(nodes);
+    levels.getNodeStore().insert_noAdjust(
+        cel::test::levelNodes("0=nan 1=-0.5/9 2=0.5] 2.0000005=0.5] nan=0.5"));
     cel::setLevels(cut, *sound, levels);
     cut.addTrack(kAudioCookie)->appendEventPair(audio_black, 0, 4, -1);
     std::string error;
