@@ -75,6 +75,8 @@ std::string take(TagBag& bag, const std::string& verb, const std::string& name,
         fill(*Kt::dynamicCast<Cel>(bag.openObject(id).object()), notation);
     else if (verb == "invalid")
         bag.storeObject(TagBase());
+    else if (verb == "save" && dynamic_cast<FileTagBag*>(&bag))
+        save(bag);
     else if (verb == "same")
         return bag.openObject(id).object() == bag.openObject(id).object() ? "yes" : "no";
     return {};

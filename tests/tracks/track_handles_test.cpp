@@ -167,7 +167,9 @@ TEST(VFXCel, SimplifiesBlackAndThenEmptySectionsWhateverTheFirstDid)
         SCOPED_TRACE(c.place);
         auto effects = handle<VFXCel>(c[0]);
         const LogCapture log;
-        const auto type = c[1] == "all" ? Simplification::kAll : Simplification::kMatchFrameCuts;
+        const auto type = c[1] == "all"           ? Simplification::kAll
+                          : c[1] == "zero length" ? Simplification::kZeroLength
+                                                  : Simplification::kMatchFrameCuts;
         EXPECT_EQ(effects.simplify(type, Editable::invalidRange()), c[2] != c[0]);
         EXPECT_EQ(describe(*effects.getCel()), c[2]);
     }
