@@ -202,8 +202,9 @@ void Session::run(const Edit& edit)
     ModelTrack& model = models_[target];
     if (model.size() + models_[1 - target].size() > kMostEvents)
         clear(target);
-    const EditLine line(Wording(edit, model).text());
-    script += (target == 0 ? "first: " : "second: ") + Wording(edit, model).text() + "\n";
+    const std::string words = Wording(edit, model).text();
+    const EditLine line(words);
+    script += (target == 0 ? "first: " : "second: ") + words + "\n";
     if (line.name == "set" && model.size() == 0)
         return;
 
