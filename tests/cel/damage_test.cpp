@@ -5,7 +5,6 @@
 #include "tests/support/log_capture.h"
 #include "tests/support/well_formed.h"
 
-#include <chrono>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <optional>
@@ -34,13 +33,11 @@ constexpr Form kForms[] = {
 /// Reads a body, holds the reader to its limits, and asks everything of what comes out.
 std::optional<Decoded> readWithinLimits(std::span<const std::byte> body, int revision)
 {
-    const auto start = std::chrono::steady_clock::now();
     const HeapPeak heap;
     try {
         const Decoded read = decode(body, revision);
         // The stream that holds the body is the test's own: a few copies of it while it grows.
         EXPECT_LE(heap.growth(), (8 + 4) * body.size() + kMiB);
-        EXPECT_LE(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
         askEverything(read.track);
         return read;
     } catch (const Kt::Exception::RuntimeError& error) {

@@ -256,7 +256,6 @@ std::pair<std::string, int> saveStruck(const std::filesystem::path& path, const 
     return {error, disk.calls()};
 }
 
-/// A process that is killed leaves what one leaves whose calls all fail from some point on.
 TEST(ObjectFile, HoldsTheOldOrTheNewWhateverCallFails)
 {
     int faults = 0;
@@ -339,7 +338,7 @@ TEST(ObjectFile, ExaminesItsStructureToTheLastPage)
 
 #if !defined(_WIN32)
 
-/// Runs work in a process of its own. @return 0 when that gives 0.
+/// Runs work in a process of its own. @return its exit code, 128 and the signal that ended it.
 template <class Work>
 int inAnotherProcess(const Work& work)
 {
@@ -348,7 +347,30 @@ int inAnotherProcess(const Work& work)
         _exit(work());
     int status = 0;
     waitpid(child, &status, 0);
-    return status;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+TEST(ObjectFile, HoldsTheOldOrTheNewWhenTheProcessIsKilledAtAnyCall)
+{
+    int points = 0;
+    bool completed = false;
+    for (int at = 1; !completed; ++at, ++points) {
+        SCOPED_TRACE("killed at call " + std::to_string(at));
+        const TemporaryFolder folder;
+        const StoreMark mark = create(folder / "file", kOld);
+        const int code = inAnotherProcess([&] {
+            const FaultySqlite disk([at](int call) {
+                if (call == at)
+                    kill(getpid(), SIGKILL);
+                return Act::passOn;
+            });
+            return replace(folder / "file", kNew, mark).empty() ? 0 : 1;
+        });
+        completed = code == 0;
+        EXPECT_TRUE(completed || code == 128 + SIGKILL) << code;
+        ASSERT_TRUE(isOldOrNew(contentOfStore(folder / "file"), completed));
+    }
+    EXPECT_GT(points, 10);
 }
 
 TEST(ObjectFile, OfTwoProcessesNoneLosesWhatTheOtherSaved)

@@ -1,5 +1,6 @@
 #include "tests/support/level_notation.h"
 #include "tracks/AudLevelsCel.h"
+#include "tracks/VidCel.h"
 
 #include <gtest/gtest.h>
 
@@ -12,8 +13,10 @@ namespace {
 
 /// How often each thread does what it does: the tests run in every build, also in slow ones.
 #if defined(__OPTIMIZE__) && !defined(_GLIBCXX_DEBUG)
+constexpr int kCopies = 1'000'000;
 constexpr int kInsertions = 100'000;
 #else
+constexpr int kCopies = 50'000;
 constexpr int kInsertions = 5'000;
 #endif
 constexpr int kEdits = kInsertions / 20;
@@ -27,6 +30,25 @@ void onThreads(int count, const Run& run)
         threads.emplace_back(run, i);
     for (std::thread& thread : threads)
         thread.join();
+}
+
+class CountedHandle : public VidCel
+{
+public:
+    std::int32_t count() const { return rep()->refCount(); }
+};
+
+TEST(Threads, CountHandlesOnOneTrackTogether)
+{
+    CountedHandle track;
+    onThreads(8, [&track](int) {
+        for (int i = 0; i < kCopies; ++i) {
+            const VidCel copy(track);
+            VidCel another(copy);
+            another = track;
+        }
+    });
+    EXPECT_EQ(track.count(), 1);
 }
 
 bool inOrder(const AudLevelsCel::Store& store)
