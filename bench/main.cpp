@@ -100,9 +100,10 @@ std::vector<Row> allRows()
 {
     using namespace cel::bench;
     std::vector<Row> rows;
-    for (const auto& family : {searchRows(), editingRows(), rangeEditRows(), wholeTrackRows(),
-                               longEditRows(), persistenceRows(), savingRows(), storeRows(),
-                               trackHandleRows(), levelRows(), subtitleRows(), subtitleFileRows()})
+    for (const auto& family :
+         {searchRows(), editingRows(), rangeEditRows(), wholeTrackRows(), crossfadeRows(),
+          longEditRows(), persistenceRows(), savingRows(), storeRows(), trackHandleRows(),
+          levelRows(), subtitleRows(), subtitleFileRows()})
         rows.insert(rows.end(), family.begin(), family.end());
     return rows;
 }

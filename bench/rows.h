@@ -9,6 +9,7 @@ std::vector<Row> searchRows();
 std::vector<Row> editingRows();
 std::vector<Row> rangeEditRows();
 std::vector<Row> wholeTrackRows();
+std::vector<Row> crossfadeRows();
 std::vector<Row> longEditRows();
 std::vector<Row> persistenceRows();
 std::vector<Row> savingRows();
