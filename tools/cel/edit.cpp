@@ -43,6 +43,8 @@ void Edit::checkOptions() const
            "--range is for material that --from names");
     if (operation_.options & kMakesTrack)
         demand(!request_.to.empty(), name + " needs --to FILE.cel or --to TRACK");
+    demand(!(operation_.options & kMakesRolls) || !makesFile(),
+           "--to " + request_.to + " is a file; " + name + " makes tracks of the same cut");
     demand(!makesFile() || !samePath(request_.to, request_.file),
            "--to " + request_.to + " would put the stretch in place of the whole cut");
     demand(!makesFile() || request_.output.empty(),
@@ -64,6 +66,8 @@ void Edit::run()
             editTrack(chosen[i], material.empty() ? std::nullopt : std::optional(material[i])));
     if (operation_.options & kMakesTrack && !makesFile())
         placeProduced();
+    if (operation_.options & kMakesRolls)
+        placeRolls();
 }
 
 EditedTrack Edit::editTrack(std::size_t index, std::optional<MaterialStretch> material)
@@ -94,6 +98,7 @@ EditedTrack Edit::editTrack(std::size_t index, std::optional<MaterialStretch> ma
                            before->editChannelId().valid() &&
                            !(place.role == kLevelsRole && edited.levelsBefore.valid());
     edited.after = edit.produced() ? edit.produced() : cut_.tracks[index];
+    edited.rolls = edit.rolls();
     edited.taken = static_cast<bool>(edit.produced());
     edited.changed = !sameEvents(*before, *cut_.tracks[index]) || levelsChanged(edited);
     checkOutcome(edited);
@@ -130,19 +135,44 @@ void Edit::placeProduced()
     if (names.size() != tracks_.size())
         throw Failure(kUsage, "--to " + printable(request_.to) + ": name a new track for each of " +
                                   counted(static_cast<long long>(tracks_.size()), "track"));
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        if (names[i].empty() || cut_.track(names[i]))
-            throw Failure(kUsage,
-                          "--to " + printable(request_.to) +
-                              (names[i].empty() ? ": a track needs a name"
-                                                : ": there is a track " + names[i] + " already"));
-        const Kt::Ptr<Cel>& made = tracks_[i].after;
-        const Kt::Ptr<Cel> added = cut_.addTrack(kindOf(*tracks_[i].before));
-        made->editChannelInfo(names[i], added->editChannelId(), added->editChannelSubType(), {});
-        cut_.tracks.back() = made;
-        if (tracks_[i].levelsAfter.valid())
-            setLevels(cut_, *made, tracks_[i].levelsAfter);
+    for (std::size_t i = 0; i < names.size(); ++i)
+        addTrack(names[i], tracks_[i].after, kindOf(*tracks_[i].before), tracks_[i].levelsAfter);
+}
+
+/// Adds the rolls of each track, which sound as it does.
+void Edit::placeRolls()
+{
+    std::vector<std::string> names = splitNames(request_.to);
+    if (request_.to.empty()) {
+        names.clear();
+        for (const EditedTrack& edited : tracks_)
+            for (const char* roll : {".A", ".B"})
+                names.push_back(nameOfTrack(cut_, edited.index) + roll);
     }
+    if (names.size() != 2 * tracks_.size())
+        throw Failure(kUsage, "--to " + printable(request_.to) + ": name two new tracks for each");
+    auto name = names.begin();
+    for (const EditedTrack& edited : tracks_)
+        for (const Kt::Ptr<Cel>& roll : edited.rolls)
+            addTrack(*name++, roll, kindOf(*edited.before),
+                     edited.levelsAfter.valid() ? edited.levelsAfter.clone() : edited.levelsAfter);
+}
+
+/// @param levels  its envelope; an invalid one for none.
+void Edit::addTrack(const std::string& name, const Kt::Ptr<Cel>& made, CookieType kind,
+                    const AudLevelsCel& levels)
+{
+    if (name.empty() || cut_.track(name))
+        throw Failure(kUsage,
+                      (request_.to.empty() ? "" : "--to " + printable(request_.to) + ": ") +
+                          (name.empty() ? "a track needs a name"
+                                        : "there is a track " + printable(name) + " already"));
+    const Kt::Ptr<Cel> added = cut_.addTrack(kind);
+    made->editChannelInfo(LightweightString<char>(name), added->editChannelId(),
+                          added->editChannelSubType(), {});
+    cut_.tracks.back() = made;
+    if (levels.valid())
+        setLevels(cut_, *made, levels);
 }
 
 bool Edit::changesCut() const

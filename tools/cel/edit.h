@@ -58,6 +58,9 @@ private:
     EditedTrack editTrack(std::size_t index, std::optional<MaterialStretch> material);
     void checkOutcome(EditedTrack& edited) const;
     void placeProduced();
+    void placeRolls();
+    void addTrack(const std::string& name, const Kt::Ptr<Cel>& made, CookieType kind,
+                  const AudLevelsCel& levels);
 
     const EditOperation& operation_;
     const EditRequest& request_;

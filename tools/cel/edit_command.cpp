@@ -17,6 +17,7 @@ std::vector<EditFamily> editFamilies()
         {"Material from elsewhere", materialOperations()},
         {"Trimming", trimOperations()},
         {"The whole track", wholeTrackOperations()},
+        {"Rolls and crossfades", crossfadeOperations()},
     };
 }
 
@@ -110,6 +111,10 @@ void describeOptions(Command& command, unsigned options, EditRequest& request)
     if (options & kMakesTrack)
         command.option("--to", request.to,
                        "A new file, FILE.cel, or new tracks of this cut, separated by commas");
+    if (options & kMakesRolls)
+        command.option("--to", request.to,
+                       "Names of the new tracks, two for each, separated by commas; V1.A,V1.B "
+                       "for V1 without");
     command.option("-o,--output", request.output, "Save as this .cel file; without it in place");
     command.flag("--dry-run", request.dryRun, "Show before and after, and write nothing");
     command.flag("--picture", request.picture, "Show before and after, and save");
@@ -141,6 +146,8 @@ std::string usageOf(const EditOperation& operation)
         usage += " --from [FILE] TRACK [--range A B]";
     if ((operation.options & kMakesTrack) != 0)
         usage += " --to FILE.cel|TRACK";
+    if ((operation.options & kMakesRolls) != 0)
+        usage += " [--to TRACK,TRACK]";
     return usage + " [OPTIONS]";
 }
 

@@ -23,6 +23,7 @@ enum EditOptions : unsigned {
     kTakesRange = 4,    ///< --range: a stretch of the track itself
     kTakesLevels = 8,   ///< --level: factors for the levels
     kMakesTrack = 16,   ///< --to: the result is a track of its own, the edited one stays
+    kMakesRolls = 32,   ///< the same with two tracks of the cut, which --to may name
 };
 
 /// An operation of `cel edit`: how it is typed, what it is for, and what does it.
@@ -54,5 +55,6 @@ std::span<const EditOperation> rangeOperations();
 std::span<const EditOperation> materialOperations();
 std::span<const EditOperation> trimOperations();
 std::span<const EditOperation> wholeTrackOperations();
+std::span<const EditOperation> crossfadeOperations();
 
 } // namespace cel::tool

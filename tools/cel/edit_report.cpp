@@ -34,20 +34,25 @@ TimeRange neighbourhood(const std::vector<EditedTrack>& tracks)
 /// One of the two pictures: the cut with these tracks in the place of its own.
 std::string drawState(Cut cut, const std::vector<EditedTrack>& tracks,
                       Kt::Ptr<Cel> EditedTrack::*state, AudLevelsCel EditedTrack::*levels,
-                      TimeRange EditedTrack::*mark, const TimeRange& stretch,
+                      TimeRange EditedTrack::*mark, bool withRolls, const TimeRange& stretch,
                       const Terminal& terminal)
 {
     std::vector<TimeRange> marks;
+    std::vector<std::size_t> drawn;
     for (const EditedTrack& track : tracks) {
         cut.tracks[track.index] = track.*state;
         if ((track.*levels).valid())
             setLevels(cut, *cut.tracks[track.index], track.*levels);
         marks.push_back(track.*mark);
+        drawn.push_back(track.index);
+        for (const Kt::Ptr<Cel>& roll : withRolls ? track.rolls : std::vector<Kt::Ptr<Cel>>()) {
+            drawn.push_back(cut.tracks.size());
+            cut.tracks.push_back(roll);
+        }
     }
     std::vector<std::size_t> order = tracksFromTop(cut);
-    std::erase_if(order, [&tracks](std::size_t i) {
-        return std::none_of(tracks.begin(), tracks.end(),
-                            [i](const EditedTrack& track) { return track.index == i; });
+    std::erase_if(order, [&drawn](std::size_t i) {
+        return std::find(drawn.begin(), drawn.end(), i) == drawn.end();
     });
     return drawTimeline(cut, order, stretch, terminal, marks);
 }
@@ -81,6 +86,14 @@ std::string describeLevels(const EditedTrack& track)
            changeOf(nodeCount(track.levelsBefore), nodeCount(track.levelsAfter));
 }
 
+std::string rollNames(const EditedTrack& track)
+{
+    std::string names;
+    for (const Kt::Ptr<Cel>& roll : track.rolls)
+        names += (names.empty() ? "" : " and ") + printable(roll->editChannelName().view());
+    return names;
+}
+
 Json stateAsJson(const Cel& track)
 {
     Json json = Json::object();
@@ -109,10 +122,10 @@ std::string drawEdit(const Cut& cut, const std::vector<EditedTrack>& tracks,
     const TimeRange stretch = neighbourhood(tracks);
     return "before\n" +
            drawState(cut, tracks, &EditedTrack::before, &EditedTrack::levelsBefore,
-                     &EditedTrack::markBefore, stretch, terminal) +
+                     &EditedTrack::markBefore, false, stretch, terminal) +
            "after\n" +
            drawState(cut, tracks, &EditedTrack::after, &EditedTrack::levelsAfter,
-                     &EditedTrack::markAfter, stretch, terminal);
+                     &EditedTrack::markAfter, true, stretch, terminal);
 }
 
 std::string describeEdit(const Cut& cut, const std::vector<EditedTrack>& tracks)
@@ -123,6 +136,11 @@ std::string describeEdit(const Cut& cut, const std::vector<EditedTrack>& tracks)
             return counted(static_cast<long long>(sectionCount(cel)), "section");
         };
         text += padded(nameOfTrack(cut, track.index), 4) + "  " + track.done + "\n";
+        if (!track.rolls.empty()) {
+            text += std::string(6, ' ') + "new tracks " + rollNames(track) +
+                    "; the track itself stays as it is\n";
+            continue;
+        }
         if (track.taken) {
             text +=
                 std::string(6, ' ') + count(*track.after) + "; the track itself stays as it is\n";
@@ -159,6 +177,13 @@ Json editAsJson(const Cut& cut, const std::vector<EditedTrack>& tracks)
             .set("newlyOffFrames", track.newlyOffFrames)
             .set("before", stateAsJson(*track.before))
             .set("after", stateAsJson(*track.after));
+        if (!track.rolls.empty()) {
+            Json rolls = Json::array();
+            for (const Kt::Ptr<Cel>& roll : track.rolls)
+                rolls.push(std::move(
+                    stateAsJson(*roll).set("track", std::string(roll->editChannelName().view()))));
+            json.set("rolls", std::move(rolls));
+        }
         list.push(std::move(json));
     }
     return list;

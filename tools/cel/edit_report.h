@@ -19,10 +19,11 @@ struct EditedTrack
     TimeRange markBefore;
     TimeRange markAfter;
     Kt::Ptr<Cel> before;
-    Kt::Ptr<Cel> after;       ///< the same track edited, or the track that was made from it
-    bool changed = false;     ///< whether the edited track holds other events than before
-    bool taken = false;       ///< whether `after` was taken out and the edited track stays
-    std::size_t attached = 0; ///< objects that belong to the track besides its sections
+    Kt::Ptr<Cel> after;              ///< the same track edited, or the track that was made from it
+    std::vector<Kt::Ptr<Cel>> rolls; ///< new tracks that it was laid out on
+    bool changed = false;            ///< whether the edited track holds other events than before
+    bool taken = false;              ///< whether `after` was taken out and the edited track stays
+    std::size_t attached = 0;        ///< objects that belong to the track besides its sections
     AudLevelsCel levelsBefore = AudLevelsCel::createInvalid();
     AudLevelsCel levelsAfter = AudLevelsCel::createInvalid(); ///< of `after`
     std::size_t newlyOffFrames = 0; ///< events that the edit left between two frames

@@ -49,6 +49,13 @@ std::vector<ListedSection> sectionsOf(const Cel& track, const MaterialTable& mat
         listed.speed = section.speed();
         listed.levelIn = double{section.in.level_sc()};
         listed.levelOut = double{section.out.level_sc()};
+        const auto rampOf = [&track](const ChannelEvent& event) {
+            return ChannelEvent::QFramesToTime(
+                static_cast<unsigned short>(event.audioRamp_DurationQFrames()),
+                track.get_resolution());
+        };
+        listed.fadeIn = rampOf(section.in);
+        listed.fadeOut = rampOf(section.out);
         listed.cookie = section.in.strip_name();
         listed.black = section.isBlack();
         listed.material = materials.find(listed.cookie);

@@ -25,6 +25,8 @@ struct ListedSection
     double speed = 1;
     double levelIn = 1; ///< position on the gain curve, 1 is unity
     double levelOut = 1;
+    double fadeIn = 0; ///< seconds of its audio ramps
+    double fadeOut = 0;
     bool black = false;
     const Material* material = nullptr; ///< null for black, effects and what the table lacks
     Cookie cookie;

@@ -1,5 +1,6 @@
 #include "tools/cel/section_table.h"
 
+#include "tools/cel/positions.h"
 #include "tools/cel/text.h"
 
 #include <algorithm>
@@ -10,7 +11,7 @@ namespace cel::tool {
 
 namespace {
 
-constexpr std::size_t kColumns = 9;
+constexpr std::size_t kColumns = 10;
 using Row = std::array<std::string, kColumns>;
 
 std::string describeLevel(const ListedSection& section)
@@ -18,6 +19,17 @@ std::string describeLevel(const ListedSection& section)
     const std::string in = number(section.levelIn);
     const std::string out = number(section.levelOut);
     return in == out ? in : in + " to " + out;
+}
+
+/// "00:00:00:10 out"; empty without fades.
+std::string describeFades(const Cut& cut, const ListedSection& section)
+{
+    std::string text;
+    if (!section.black && section.fadeIn > 0)
+        text = describeLength(cut.rate, section.fadeIn) + " in";
+    if (!section.black && section.fadeOut > 0)
+        text += (text.empty() ? "" : ", ") + describeLength(cut.rate, section.fadeOut) + " out";
+    return text;
 }
 
 Row rowOf(const Cut& cut, const ListedSection& section)
@@ -32,6 +44,7 @@ Row rowOf(const Cut& cut, const ListedSection& section)
     row[5] = section.material ? printable(section.material->reel) : "";
     row[6] = section.label();
     row[8] = describeLevel(section);
+    row[9] = describeFades(cut, section);
     return row;
 }
 
@@ -41,11 +54,15 @@ std::string sectionTable(const Cut& cut, std::size_t track, const TimeRange& str
 {
     std::vector<Row> rows = {
         {"#", "record in", "record out", "source in", "source out", "reel", "clip", "speed",
-         "level"},
+         "level", ""},
     };
     for (const ListedSection& section : sectionsOf(*cut.tracks[track], cut.materials))
         if (shows(section, stretch))
             rows.push_back(rowOf(cut, section));
+    const bool fades =
+        std::any_of(rows.begin(), rows.end(), [](const Row& row) { return !row.back().empty(); });
+    if (fades)
+        rows.front().back() = "fade";
 
     std::array<std::size_t, kColumns> widths{};
     for (const Row& row : rows)

@@ -69,6 +69,7 @@ Json sectionAsJson(const Cut& cut, const ListedSection& section)
         .set("sourceSeconds", section.source.from, section.source.to)
         .set("speed", section.speed)
         .set("level", section.levelIn, section.levelOut)
+        .set("fade", section.fadeIn, section.fadeOut)
         .set("reel", material.reel)
         .set("clip", material.name)
         .set("file", material.file);

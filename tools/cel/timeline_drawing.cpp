@@ -172,7 +172,7 @@ std::string drawMarks(const std::vector<TimeRange>& marks, const Scale& scale, b
 struct Legend
 {
     bool faster = false, slower = false, reversed = false, frozen = false;
-    bool manyCuts = false, black = false, marked = false, levels = false;
+    bool manyCuts = false, black = false, marked = false, levels = false, fades = false;
 
     /// The mark of a section's speed, remembered for the legend; empty for normal speed.
     std::string markOf(double speed)
@@ -197,6 +197,7 @@ struct Legend
         explain(slower, "› slower");
         explain(reversed, "« backwards");
         explain(frozen, "‖ frozen");
+        explain(fades, "╱╲ fades");
         explain(levels, kLevelBlocks);
         explain(manyCuts, "▂▄▆█ several cuts in one column (--from and --to look closer)");
         return all.empty() ? all : all + "\n";
@@ -215,6 +216,7 @@ public:
         , bottom_(scale.width())
         , cuts_(scale.width())
         , covered_(scale.width())
+        , ramps_(scale.width())
     {
     }
 
@@ -230,6 +232,8 @@ public:
         std::fill(covered_.begin() + static_cast<std::ptrdiff_t>(from),
                   covered_.begin() + static_cast<std::ptrdiff_t>(to), true);
         fillBox(section, from + 1, to > from ? to - from - 1 : 0, kind, legend);
+        if (!section.black)
+            addRamps(section, from, to);
     }
 
     std::string text(std::string_view name, Legend& legend)
@@ -262,6 +266,23 @@ private:
         }
     }
 
+    /// Slopes on the upper border, as long as the fades, one column at least.
+    void addRamps(const ListedSection& section, std::size_t from, std::size_t to)
+    {
+        if (to <= from + 1)
+            return;
+        const auto room = static_cast<double>(to - from - 1);
+        const auto columnsOfFade = [&](double seconds, double end) {
+            const double columns = std::round(seconds / scale_.secondsPerColumn());
+            const bool shown = seconds > 0 && scale_.holds(end);
+            return shown ? static_cast<std::size_t>(std::clamp(columns, 1.0, room)) : 0U;
+        };
+        const std::size_t in = columnsOfFade(section.fadeIn, section.record.from);
+        const std::size_t out = columnsOfFade(section.fadeOut, section.record.to);
+        std::fill_n(ramps_.begin() + static_cast<std::ptrdiff_t>(from + 1), in, "╱");
+        std::fill_n(ramps_.begin() + static_cast<std::ptrdiff_t>(to - out), out, "╲");
+    }
+
     void drawColumn(std::size_t i, Legend& legend)
     {
         static constexpr std::array kBars = {"│", "▂", "▃", "▄", "▅", "▆", "▇", "█"};
@@ -269,7 +290,8 @@ private:
         const bool right = covered_[i];
         if (cuts_[i] == 0) {
             if (right) {
-                top_.write(i, "─", Style::dim);
+                top_.write(i, ramps_[i].empty() ? "─" : ramps_[i], Style::dim);
+                legend.fades |= !ramps_[i].empty();
                 bottom_.write(i, "─", Style::dim);
             }
             return;
@@ -284,7 +306,8 @@ private:
     bool colour_;
     Line top_, middle_, bottom_;
     std::vector<std::size_t> cuts_;
-    std::vector<bool> covered_; ///< whether a section lies right of the column's middle
+    std::vector<bool> covered_;           ///< whether a section lies right of the column's middle
+    std::vector<std::string_view> ramps_; ///< the slope of a fade in each column, if any
     double lastEnd_ = kInvalidTime;
 };
 

@@ -19,6 +19,8 @@ namespace cel::tool {
 ///
 /// A line under the ruler points at the `marks`, each a place or a stretch of the cut.
 ///
+/// Slopes on the upper border of a box, next to its cuts, are the fades of its ends.
+///
 /// Under a track with a level envelope a line of blocks shows how loud it is.
 ///
 /// A box border is a cut; where several cuts fall into one column a bar grows with their number. A

@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace cel::tool {
@@ -119,6 +120,10 @@ public:
     const Kt::Ptr<Cel>& produced() const { return produced_; }
     const AudLevelsCel& producedLevels() const { return producedLevels_; }
 
+    /// The result is two tracks of the cut; the edited one stays.
+    void produceRolls(std::vector<Kt::Ptr<Cel>> rolls) { rolls_ = std::move(rolls); }
+    const std::vector<Kt::Ptr<Cel>>& rolls() const { return rolls_; }
+
     /// Where the edit was, on the track as it was and as it is.
     void mark(const TimeRange& before, const TimeRange& after);
     const TimeRange& markBefore() const { return markBefore_; }
@@ -150,6 +155,7 @@ private:
     Kt::Ptr<Cel> laid_; ///< what `materialAt` gave last
     Kt::Ptr<Cel> produced_;
     AudLevelsCel producedLevels_ = AudLevelsCel::createInvalid();
+    std::vector<Kt::Ptr<Cel>> rolls_;
     TimeRange markBefore_;
     TimeRange markAfter_;
 };
