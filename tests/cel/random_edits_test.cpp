@@ -12,7 +12,7 @@
 namespace cel::test {
 namespace {
 
-/// How many sequences: 12,000 unless the environment or a slow build says otherwise.
+/// How many sequences: 20,000 unless the environment or a slow build says otherwise.
 int sequences()
 {
     const char* wanted = std::getenv("CEL_RANDOM_SEQUENCES");
