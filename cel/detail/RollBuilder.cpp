@@ -81,6 +81,12 @@ void Cel::RollBuilder::lay(const Shot& shot)
 /// As sections that are put into a track get theirs.
 void Cel::RollBuilder::copyObject(const Shot& shot, ChannelEvent& in)
 {
+    if (!track_->objectStore()) {
+        // What the hook says of a track that keeps no objects, without a handle for each shot.
+        if (in.editGraph().getMagicType() == cel::detail::kTemporaryId)
+            in.editGraph(ChannelEvent::newId());
+        return;
+    }
     const ChannelEvent& sourceIn = eventAt(shot.source->events_, shot.section.in);
     const ChannelEvent& sourceOut = eventAt(shot.source->events_, shot.section.out);
     const double length = in.edit_time() - shot.out.edit_time();
