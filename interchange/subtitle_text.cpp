@@ -235,13 +235,15 @@ LossLedger lossesOfDecoding(const DecodedText& decoded)
     LossLedger losses;
     if (decoded.encoding == "Windows-1252")
         losses.add(0, "text", "the file is no Unicode text; it was read as Windows-1252");
-    if (decoded.badCharacters > 0)
+    if (decoded.badCharacters == 1)
+        losses.add(0, "text", "a character is no " + decoded.encoding + "; it became U+FFFD");
+    if (decoded.badCharacters > 1)
         losses.add(0, "text",
                    std::to_string(decoded.badCharacters) + " characters are no " +
                        decoded.encoding + "; they became U+FFFD");
     if (decoded.controls > 0)
         losses.add(0, "text",
-                   std::to_string(decoded.controls) + " control characters became blanks");
+                   "control characters that became blanks: " + std::to_string(decoded.controls));
     return losses;
 }
 
