@@ -86,6 +86,16 @@ Cookie blackOf(const Cel& track)
                                    : video_black;
 }
 
+void settleBlack(Cel& track)
+{
+    const Cookie black = blackOf(track);
+    if (black.type() != kSubtitleCookie)
+        return;
+    for (int i = 0; i < track.numEvents(); ++i)
+        if (ChannelEvent& event = *track.getChanEventPtr(i); event.strip_name().isBlack())
+            event.strip_name(black);
+}
+
 CookieType kindOf(const Cel& track)
 {
     const LightweightString<char> word = track.editChannelSubType();

@@ -53,6 +53,10 @@ Kt::Ptr<Cel> copyOfTrack(const Cel& track);
 /// What the gaps of a track are made of.
 Cookie blackOf(const Cel& track);
 
+/// Gives all black of a subtitle track the Cookie of such black: what fills holes and merges black
+/// knows that of pictures and of sound alone.
+void settleBlack(Cel& track);
+
 /// Kind of a track, read from its sub type, else from its first event.
 CookieType kindOf(const Cel& track);
 

@@ -1,5 +1,6 @@
 #include "interchange/subrip.h"
 
+#include "interchange/subtitle_markup.h"
 #include "interchange/subtitle_text.h"
 #include "interchange/text_lines.h"
 #include "interchange/webvtt.h"
@@ -22,6 +23,16 @@ bool isNumber(std::string_view text)
     return std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
+/// Braces have no way to be written as what they are.
+void noteMarks(std::string_view line, const SubtitleCue& cue, CountedLosses& losses)
+{
+    for (std::size_t at = line.find('{'); at != line.npos; at = line.find('{', at + 1))
+        if (const std::size_t bytes = subRipMarkBytes(line.substr(at)))
+            losses.add(cue.line, "tag",
+                       "subtitle " + quoted(cue.identifier) + ": the words " +
+                           quoted(line.substr(at, bytes)) + " will be read as a tag");
+}
+
 /// The text of a cue, none of whose lines may be taken for the times of another one.
 std::string safeText(const SubtitleCue& cue, CountedLosses& losses)
 {
@@ -37,6 +48,7 @@ std::string safeText(const SubtitleCue& cue, CountedLosses& losses)
             losses.add(cue.line, "text", "a line that reads as times got a point in front of it");
             text += ". ";
         }
+        noteMarks(line, cue, losses);
         text.append(line).append("\n");
     }
     return text;
@@ -62,9 +74,10 @@ SubtitleExport writeSubRip(const SubtitleCues& file)
                        "of " + quoted(cue.settings) + " only the nearest of nine places is kept");
         result.text += std::to_string(++counter) + "\n";
         result.text += cueTime(cue.start, ',') + " --> " + cueTime(cue.end, ',') + "\n";
-        if (cue.placement != CuePlacement::bottom)
+        const std::string text = safeText(cue, losses);
+        if (cue.placement != CuePlacement::bottom && !text.empty())
             result.text += placementMark(cue.placement);
-        result.text += safeText(cue, losses) + "\n";
+        result.text += text + "\n";
     }
     result.losses = losses.finished();
     return result;

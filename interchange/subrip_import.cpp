@@ -18,6 +18,26 @@ bool isCounter(std::string_view line)
            std::all_of(line.begin(), line.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
+/// Whether a line was meant to give times though none can be read from it: it begins with one, and
+/// another follows behind some kind of arrow, or a counter stood above it.
+bool meansTimes(std::string_view line, bool underCounter)
+{
+    if (line.find("-->") != line.npos)
+        return true;
+    line = trimmed(line);
+    const std::string_view whole = line;
+    if (line.empty() || !takeCueTime(line))
+        return false;
+    const std::string_view first = whole.substr(0, whole.size() - line.size());
+    const bool isPrecise = first.find_first_of(",.") != first.npos;
+    constexpr std::size_t kLongestArrow = 12;
+    const std::size_t next = line.find_first_of("0123456789");
+    if (next == line.npos || next > kLongestArrow)
+        return isPrecise && underCounter;
+    line.remove_prefix(next);
+    return isPrecise && takeCueTime(line);
+}
+
 /// The placement that "an8" or the older "a6" names.
 std::optional<CuePlacement> placementOf(std::string_view code)
 {
@@ -99,29 +119,19 @@ private:
     /// Reads "{\an8}", "{\i1}", "{b}" and the like. @return bytes of it, 0 when it is text.
     std::size_t takeOverride(std::string_view text)
     {
-        constexpr std::size_t kLongest = 256;
-        const std::size_t end = text.substr(0, kLongest).find('}');
-        if (text.front() != '{' || end == text.npos || end < 2)
+        const std::size_t bytes = subRipMarkBytes(text);
+        if (bytes == 0)
             return 0;
-        std::string_view inside = text.substr(1, end - 1);
+        std::string_view inside = text.substr(1, bytes - 2);
         if (inside.front() != '\\')
-            return takeBracedLetter(inside) ? end + 1 : 0;
-        while (!inside.empty()) {
+            takeLetter(inside.back(), inside.front() != '/');
+        while (inside.starts_with('\\')) {
             inside.remove_prefix(1);
             const std::size_t next = std::min(inside.find('\\'), inside.size());
             takeCode(inside.substr(0, next));
             inside.remove_prefix(next);
         }
-        return end + 1;
-    }
-
-    bool takeBracedLetter(std::string_view inside)
-    {
-        const bool closes = inside.front() == '/';
-        inside.remove_prefix(closes ? 1 : 0);
-        if (inside.size() != 1)
-            return false;
-        return takeLetter(inside.front(), !closes);
+        return bytes;
     }
 
     void takeCode(std::string_view code)
@@ -213,7 +223,7 @@ private:
     void takeLine(std::string_view line)
     {
         const bool standsWhereTimesDo = !inCue_ || blanks_ > 0;
-        if (standsWhereTimesDo && line.find("-->") != line.npos) {
+        if (standsWhereTimesDo && meansTimes(line, !held_.empty())) {
             refuse(line);
             return;
         }
@@ -299,7 +309,8 @@ std::optional<SubtitleImport> readSubRip(std::string_view bytes, std::string& er
     }
     const DecodedText decoded = decodeSubtitles(bytes);
     SubtitleImport result = SubRipReader(decoded.text).read();
-    if (result.file.cues.empty()) {
+    const bool hasNothing = decoded.text.find_first_not_of(" \t\n") == std::string::npos;
+    if (result.file.cues.empty() && !hasNothing) {
         error = "no line of it gives the times of a subtitle";
         for (const LossLedger::Entry& entry : result.losses.entries())
             if (entry.kind == "time") {

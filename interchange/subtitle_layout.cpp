@@ -132,10 +132,14 @@ private:
 
     void shorten(LaidCue& earlier, const LaidCue& later)
     {
+        const std::int64_t shared = std::min(earlier.end, later.end) - later.start;
+        const std::int64_t rest = earlier.end - later.start - shared;
         lose(earlier.line, "overlap",
-             "is shown for " + timecodeFromFrames(earlier.end - later.start, rate_) +
-                 " beside the one of line " + std::to_string(later.line) +
-                 " and ends where that starts");
+             "is shown for " + timecodeFromFrames(shared, rate_) + " beside the one of line " +
+                 std::to_string(later.line) + " and ends where that starts" +
+                 (rest > 0 ? "; it is not shown again for the " + timecodeFromFrames(rest, rate_) +
+                                 " behind that"
+                           : ""));
         earlier.end = later.start;
     }
 

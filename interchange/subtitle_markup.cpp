@@ -134,6 +134,40 @@ std::string withoutCueTags(std::string_view text)
     return plain;
 }
 
+std::size_t subRipMarkBytes(std::string_view line)
+{
+    const std::size_t end = line.substr(0, kLongestTag).find('}');
+    if (!line.starts_with('{') || end == line.npos || end < 2)
+        return 0;
+    std::string_view inside = line.substr(1, end - 1);
+    if (inside.front() == '\\')
+        return end + 1;
+    inside.remove_prefix(inside.front() == '/' ? 1 : 0);
+    return inside == "i" || inside == "b" || inside == "u" ? end + 1 : 0;
+}
+
+CleanCueText cleanCueText(std::string_view text)
+{
+    CueTextBuilder builder;
+    while (!text.empty()) {
+        const std::size_t at = std::min(text.find_first_of("<\n"), text.size());
+        builder.text(text.substr(0, at));
+        text.remove_prefix(at);
+        const auto tag = parseCueTag(text);
+        if (text.starts_with('\n'))
+            builder.newLine();
+        else if (!tag)
+            builder.text(text.substr(0, 1));
+        else if (tag->closes)
+            builder.close(tag->name);
+        else
+            builder.open(tag->name, tag->colour);
+        text.remove_prefix(std::min(tag ? tag->length : 1, text.size()));
+    }
+    const std::size_t emptyLines = builder.emptyLines();
+    return {builder.finish(), emptyLines};
+}
+
 void CueTextBuilder::open(CueTagName name, std::string_view colour)
 {
     const bool isOpen = std::any_of(wanted_.begin(), wanted_.end(),

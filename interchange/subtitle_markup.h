@@ -30,6 +30,18 @@ std::optional<CueTag> parseCueTag(std::string_view text);
 /// The text without tags: what is seen.
 std::string withoutCueTags(std::string_view text);
 
+/// Bytes of the braces that `line` begins with and that SubRip files give looks and places in:
+/// "{\an8}", "{i}", "{/i}". 0 when it begins with none.
+std::size_t subRipMarkBytes(std::string_view line);
+
+/// Text that anybody wrote, as the text of a cue.
+struct CleanCueText
+{
+    std::string text;
+    std::size_t emptyLines = 0; ///< left out, though text follows them
+};
+CleanCueText cleanCueText(std::string_view text);
+
 /// Writes the text of a cue: tags nest properly and open only around text, whatever the order in
 /// which they came; lines without text vanish. What it wrote it writes again the same.
 class CueTextBuilder

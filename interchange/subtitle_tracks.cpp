@@ -3,6 +3,8 @@
 #include "interchange/sections.h"
 #include "interchange/subrip.h"
 #include "interchange/subtitle_layout.h"
+#include "interchange/subtitle_markup.h"
+#include "interchange/text_lines.h"
 #include "interchange/webvtt.h"
 #include "platform/support/utf8.h"
 #include "subtitles/SubtitleCel.h"
@@ -108,19 +110,87 @@ LossLedger laySubtitles(SubtitleCues file, const FrameRate& rate, Cel& track, do
     return losses;
 }
 
-SubtitleCues cuesOf(const Cel& track, double shift)
+namespace {
+
+/// Makes the cues of a file out of the subtitles of a track, one after the other.
+class CueMaker
 {
-    SubtitleCues file;
-    for (const PlacedSubtitle& subtitle : subtitlesOf(track)) {
-        SubtitleCue cue;
-        cue.start = std::max(subtitle.start + shift, 0.0);
-        cue.end = std::max(subtitle.end + shift, 0.0);
-        cue.text = subtitle.text();
-        cue.placement = placementOfStyle(subtitle.style);
-        cue.identifier = std::to_string(file.cues.size() + 1);
-        file.cues.push_back(std::move(cue));
+public:
+    explicit CueMaker(double shift)
+        : shift_(shift)
+    {
     }
-    return file;
+
+    void add(const PlacedSubtitle& subtitle)
+    {
+        ++number_;
+        SubtitleCue cue;
+        cue.start = std::max(subtitle.start + shift_, 0.0);
+        cue.end = subtitle.end + shift_;
+        cue.text = textOf(subtitle);
+        if (cue.text.empty())
+            lose("empty", "has no text and is left out");
+        else if (!isRealTime(cue.start) || !isRealTime(cue.end))
+            lose("time", "lies where no file reaches and is left out");
+        else if (!(cue.end > 0.0))
+            lose("before", "lies before the start of the file and is left out");
+        else
+            take(std::move(cue), subtitle);
+    }
+
+    SubtitleImport finished()
+    {
+        result_.losses = losses_.finished();
+        return std::move(result_);
+    }
+
+private:
+    void take(SubtitleCue cue, const PlacedSubtitle& subtitle)
+    {
+        if (subtitle.start + shift_ < -kTimeEpsilon)
+            lose("before", "starts before the file and is cut off there");
+        std::vector<SubtitleCue>& cues = result_.file.cues;
+        cue.placement = placementOfStyle(subtitle.style);
+        cue.identifier = std::to_string(cues.size() + 1);
+        cues.push_back(std::move(cue));
+    }
+
+    std::string textOf(const PlacedSubtitle& subtitle)
+    {
+        std::string text;
+        bool hadControls = false;
+        for (const std::string& line : subtitle.lines) {
+            const CleanText clean = cleanText(line);
+            text.append(text.empty() ? "" : "\n").append(clean.text);
+            hadControls |= clean.hadControls;
+        }
+        CleanCueText clean = cleanCueText(text);
+        if (hadControls)
+            lose("text", "has control characters, which became blanks");
+        if (clean.emptyLines > 0)
+            lose("blank", "has empty lines within, which are left out");
+        return std::move(clean.text);
+    }
+
+    void lose(const char* kind, const char* what)
+    {
+        losses_.add(0, kind, "subtitle " + std::to_string(number_) + " " + what);
+    }
+
+    double shift_;
+    std::size_t number_ = 0;
+    SubtitleImport result_;
+    CountedLosses losses_;
+};
+
+} // namespace
+
+SubtitleImport cuesOf(const Cel& track, double shift)
+{
+    CueMaker maker(shift);
+    for (const PlacedSubtitle& subtitle : subtitlesOf(track))
+        maker.add(subtitle);
+    return maker.finished();
 }
 
 Kt::Ptr<Cel> stretchOf(const Kt::Ptr<Cel>& track, const Cel::Range& range)

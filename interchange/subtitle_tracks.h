@@ -44,9 +44,10 @@ CuePlacement placementOfStyle(const std::string& style);
 LossLedger laySubtitles(SubtitleCues file, const FrameRate& rate, Cel& track, double shift = 0.0,
                         double end = 0.0);
 
-/// The subtitles of a track as cues, numbered from 1.
+/// The subtitles of a track as the cues of a file, numbered from 1, and what such a file cannot
+/// hold: subtitles without a text or before 0, empty lines, control characters.
 /// @param shift  seconds that are added to all times.
-SubtitleCues cuesOf(const Cel& track, double shift = 0.0);
+SubtitleImport cuesOf(const Cel& track, double shift = 0.0);
 
 /// A stretch of a track as a track of its own, at its own times; sections that it cuts into keep
 /// their texts.

@@ -2,6 +2,7 @@
 #include "interchange/text_lines.h"
 #include "interchange/text_list.h"
 #include "platform/support/TextFile.h"
+#include "subtitles/SubtitleCel.h"
 
 #include <charconv>
 #include <cmath>
@@ -151,6 +152,15 @@ void noteCut(const Cut& cut, LossLedger& losses)
         losses.add(0, "counting", "that timecode drops frame numbers is not kept");
 }
 
+void noteTexts(const Cel& track, std::size_t firstLine, LossLedger& losses)
+{
+    const auto* const subtitles = dynamic_cast<const SubtitleTrack::SubtitleCel*>(&track);
+    if (subtitles && !subtitles->elements().empty())
+        losses.add(firstLine, "texts",
+                   "track " + std::string(track.editChannelName().view()) + ": the texts of " +
+                       std::to_string(subtitles->elements().size()) + " subtitles are not kept");
+}
+
 } // namespace
 
 TextListExport exportTextList(const Cut& cut, TextFile& file, std::optional<TVStd> wanted)
@@ -169,6 +179,7 @@ TextListExport exportTextList(const Cut& cut, TextFile& file, std::optional<TVSt
                                   "; they were written as frames of that standard, so that it "
                                   "plays at another length");
         LossFinder(cut, *track, firstLine, result.losses).find();
+        noteTexts(*track, firstLine, result.losses);
         track->writeToED2(file, standard);
     }
     return result;

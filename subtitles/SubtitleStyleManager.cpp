@@ -140,7 +140,8 @@ bool SubtitleStyleManager::merge(const Kt::Ptr<JSON::Element>& file, bool& compl
     std::unordered_set<Id> ids;
     for (const SubtitleStyle& style : styles_)
         ids.insert(style.id);
-    // Until there are no more: their number is only known up to 65535.
+    // Kept: all that the file has. The list counts its children in 16 bits, and a registry that
+    // stopped there would write the others off with its next change.
     for (std::size_t i = 0; const auto element = list->getChild(i); ++i) {
         SubtitleStyle style;
         if (style.read(element) && ids.insert(style.id).second)

@@ -170,16 +170,22 @@ ce_handle SubtitleTrack::find(const LightweightString<wchar_t>& text, ce_handle 
     const auto matches = [&criteria](const LightweightString<wchar_t>& line) {
         return !line.empty() && TextSearch::match(line, criteria, 0);
     };
-    const auto events = std::as_const(*cel_).events();
-    const int end = cel_->check_ceh(to) ? to.get_index() : cel_->numEvents() - 1;
+    const ce_handle first = from.valid() ? from : cel_->get_start_ceh();
+    const ce_handle last = to.valid() ? to : cel_->get_end_ceh();
+    if (!first.valid() || !(first < last))
+        return {};
+    // Kept: handles on another track walk that one's sections.
+    const Kt::Ptr<Cel> walked = first.get_its_cel();
+    const auto events = std::as_const(*walked).events();
     cel::detail::TextsInOrder texts(cel_->elements());
-    for (int i = cel_->check_ceh(from) ? from.get_index() : 0, first = i; i < end; ++i) {
+    for (int i = first.get_index(); i < last.get_index(); ++i) {
         const ChannelEvent& event = events[static_cast<std::size_t>(i)];
-        if ((i != first && !(event.info() & in_point)) || event.strip_name().isBlack())
+        const bool starts = i == first.get_index() || (event.info() & in_point);
+        if (!starts || event.strip_name().isBlack())
             continue;
         const Element& element = texts(event.editGraph());
         if (std::any_of(element.lines.begin(), element.lines.end(), matches))
-            return ce_handle(cel_, i);
+            return ce_handle(walked, i);
     }
     return {};
 }

@@ -19,9 +19,11 @@
 ///
 /// Every subtitle is a section of the track's list, every gap a section of black. The text lies in
 /// a table under the identifier that the section's in point carries, and follows the section
-/// through every edit of the list, also through those that are made on the list itself: a copied
-/// section gets a copy of the text, a removed one takes its text along, one that is cut has it in
-/// both halves. Texts, font and identity are stored with the list.
+/// through every edit of the list that has a counterpart here, `makeCutAt`, trims and the like, also
+/// when it is made on the list itself: a copied section gets a copy of the text, a removed one takes
+/// its text along, one that is cut has it in both halves. What makes lists out of lists, and `weld`,
+/// takes events alone; `withSectionsOf` gives such lists their texts, and `insert` at the end joins
+/// tracks with theirs. Texts, font and identity are stored with the list.
 ///
 /// Copying a handle shares the track; `clone()` makes one of its own. A handle may have no track:
 /// edits then do nothing and queries find nothing. A track is used by one thread at a time.
@@ -73,8 +75,10 @@ public:
     SubtitleTrack clone() const;
 
     /// A track of its own with the sections of `list` and this track's font and, for the sections
-    /// that came from this track (by `extract`, `copy`, `quantise`, `reverse` and the like), their
-    /// texts. Invalid without a track.
+    /// that came from this track (by `copy`, `quantise`, `reverse` and the like), their texts, each
+    /// section one of its own. Sections are known by their identifiers, which `extract` and
+    /// `rescale` keep to the first one only with `Cel::EXTRACT_KEEP_EFFECT_IDS`. Invalid without a
+    /// track.
     SubtitleTrack withSectionsOf(const Cel& list) const;
 
     // ---- queries ---------------------------------------------------------------------------
@@ -112,6 +116,8 @@ public:
     /// The first section from `from` on and before `to` with the text in one of its lines, letters
     /// in any case; not valid when there is none. Without a valid handle the search begins at the
     /// start and goes to the end of the track. Time as that of reading the texts once.
+    /// @throws Kt::Exception::RuntimeError "ce_handle::operator<: have to compare like ce_handles"
+    /// for handles on two tracks.
     ce_handle find(const LightweightString<wchar_t>& text, ce_handle from, ce_handle to) const;
 
     // ---- edits -----------------------------------------------------------------------------

@@ -110,7 +110,7 @@ public:
         checkPlace(cue);
         checkDuration(cue);
         checkText(cue);
-        if (!(cue.end < reached_))
+        if (!any_ || !(cue.end < reached_))
             reached_ = cue.end;
         any_ = true;
     }

@@ -52,18 +52,22 @@ inline bool isSubtitle(const ChannelEvent& event)
     return (event.info() & in_point) && !event.strip_name().isBlack();
 }
 
-/// Calls `visit` with the in and the out point of every subtitle that has both.
+/// Calls `visit` with the in and the out point of every subtitle: a section goes from an in point
+/// to the next out point, and on a damaged list an in point within it belongs to none.
 template <class Visit>
 void forEachSubtitle(std::span<const ChannelEvent> events, const Visit& visit)
 {
-    for (std::size_t in = 0; in < events.size(); ++in) {
-        if (!isSubtitle(events[in]))
-            continue;
-        std::size_t out = in + 1;
-        while (out < events.size() && !(events[out].info() & (in_point | out_point)))
-            ++out;
-        if (out < events.size() && (events[out].info() & out_point))
-            visit(in, out);
+    bool open = false;
+    std::size_t in = 0;
+    for (std::size_t i = 0; i < events.size(); ++i) {
+        if (!open && events[i].info() == in_point) {
+            in = i;
+            open = true;
+        } else if (open && events[i].info() == out_point) {
+            open = false;
+            if (isSubtitle(events[in]))
+                visit(in, i);
+        }
     }
 }
 

@@ -57,6 +57,9 @@ TEST(SubRip, FindsTheCuesHoweverTheFileIsKept)
         {"coordinates",              "1\n00:00:01,000 --> 00:00:02,500 X1:40 X2:600\nA", "[1] 1-2.5 A", "2 place"},
         {"times that are none",      "1\n" + kTimes + "A\n\n2\n00:00:61,000 --> 00:00:62,000\nlost\n\n3\n" + kTimes + "C",
                                      "[1] 1-2.5 A / [3] 1-2.5 C", "6 time"},
+        {"an arrow mistyped",        "1\n" + kTimes + "A\n\n2\n00:00:03,000 -> 00:00:04,000\nlost\n\n3\n" + kTimes + "12:30 -> 13:00",
+                                     "[1] 1-2.5 A / [3] 1-2.5 12:30 -> 13:00", "6 time"},
+        {"nothing at all",           " \n\n",                             "", ""},
         {"an arrow in the text",     "1\n" + kTimes + "A --> B\n",         "[1] 1-2.5 A --> B", ""},
         {"times run backwards",      "1\n00:00:09,000 --> 00:00:08,000\nA\n\n2\n" + kTimes + "B", "[1] 9-8 A / [2] 1-2.5 B", ""},
     };
@@ -144,18 +147,21 @@ TEST(SubRip, TellsWhatItCannotHold)
     cue.identifier = "intro";
     cue.settings = "line:10% size:40%";
     cue.placement = CuePlacement::top;
-    cue.text = "A\n00:00:01,000 --> 00:00:02,000";
+    cue.text = "A {/b}{me}\n00:00:01,000 --> 00:00:02,000";
     file.cues.push_back(cue);
+    file.cues.push_back({});
+    file.cues.back().placement = CuePlacement::top;
     const SubtitleExport written = writeSubRip(file);
-    EXPECT_EQ(written.text, "1\n00:00:01,000 --> 00:00:02,000\n{\\an8}A\n"
-                            ". 00:00:01,000 --> 00:00:02,000\n\n");
-    EXPECT_EQ(kindsOf(written.losses), "0 header, 3 block, 6 identifier, 6 setting, 6 text");
+    EXPECT_EQ(written.text, "1\n00:00:01,000 --> 00:00:02,000\n{\\an8}A {/b}{me}\n"
+                            ". 00:00:01,000 --> 00:00:02,000\n\n"
+                            "2\n00:00:00,000 --> 00:00:00,000\n\n");
+    EXPECT_EQ(kindsOf(written.losses), "0 header, 3 block, 6 identifier, 6 setting, 6 tag, 6 text");
 }
 
 TEST(SubRip, StopsAtItsLimits)
 {
     std::string error;
-    EXPECT_FALSE(readSubRip("", error));
+    EXPECT_FALSE(readSubRip("x", error));
     EXPECT_EQ(error, "no line of it gives the times of a subtitle");
     EXPECT_FALSE(readSubRip(std::string((64 << 20) + 1, 'a'), error));
     EXPECT_EQ(error, "the subtitles are larger than 64 MiB");

@@ -74,7 +74,7 @@ TEST(WebVtt, KeepsTheTagsThatMeanSomethingAndTellsOfTheOthers)
         {"named characters",      "a &amp; b &lt; c &gt; d&nbsp;e &quot;&apos;", "a & b < c > d\u00A0e \"'", ""},
         {"numbered characters",   "&#233;&#x65E5;&#x1F41F;",     "é日🐟", ""},
         {"no characters",         "&#0; &#x1B; &#xD800; &#99999999; &what; & &;", "&#0; &#x1B; \uFFFD \uFFFD &what; & &;", ""},
-        {"text like a tag",       "&lt;i&gt;A",                  "<i>A", "3 tag"},
+        {"text like a tag",       "&lt;i&gt;A &lt;i&lt;b>",      "<i>A <i<b>", "3 tag"},
     };
     // clang-format on
     for (const Case& c : cases) {

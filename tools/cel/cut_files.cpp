@@ -243,8 +243,10 @@ void writeSubtitleTrack(WrittenCut& written)
     if (!subtitles)
         throw Failure(kUsage, std::string("there is no subtitle track for ") +
                                   describe(written.kind) + " to hold");
-    SubtitleExport file = writeSubtitles(formOf(written.kind), cuesOf(*subtitles));
+    const SubtitleImport cues = cuesOf(*subtitles);
+    const SubtitleExport file = writeSubtitles(formOf(written.kind), cues.file);
     written.text = linesOf(file.text);
+    written.losses.append(cues.losses);
     written.losses.append(file.losses);
 }
 

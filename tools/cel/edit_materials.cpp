@@ -77,6 +77,7 @@ std::string weld(TrackEdit& edit)
     // The track moves what it is given by its length: from its start on that leads to its end.
     const Kt::Ptr<Cel> behind = edit.materialAt(start);
     edit.track().weld(behind.get(), pause);
+    edit.become(edit.track()); // the list takes events alone, not their texts
     edit.fillWithBlack(start, end, {end, end + pause});
     if (pause > 0.0)
         edit.envelope().insertBlack(end, pause);

@@ -125,6 +125,7 @@ MendedCut mend(const Cut& cut)
                 break;
             const Kt::Ptr<Cel> candidate = patient.copy();
             remedy.apply(*candidate);
+            settleBlack(*candidate);
             attempt(candidate, remedy.done);
         }
         mended.cut.tracks[i] = patient.track();

@@ -1,6 +1,8 @@
 #include "interchange/subtitle_markup.h"
+#include "interchange/subtitle_text.h"
 #include "interchange/subtitle_tracks.h"
 #include "interchange/text_lines.h"
+#include "platform/support/TextSearch.h"
 #include "platform/support/utf8.h"
 #include "subtitles/SubtitleStyleManager.h"
 #include "tools/cel/command_line.h"
@@ -160,28 +162,26 @@ std::string joined(const std::vector<std::string>& words)
     return text;
 }
 
-std::vector<std::size_t> findAll(SubtitleWork& work, const std::string& text)
+/// The subtitles with the words in what is seen of a line.
+std::vector<std::size_t> findAll(const std::vector<PlacedSubtitle>& subtitles,
+                                 const std::string& text)
 {
+    const TextSearch::Criteria criteria(toWide(text));
+    const auto says = [&criteria](const std::string& line) {
+        const LightweightString<wchar_t> shown = toWide(withoutCueTags(line));
+        return !shown.empty() && TextSearch::match(shown, criteria, 0);
+    };
     std::vector<std::size_t> found;
-    std::size_t next = 0;
-    ce_handle from;
-    for (;;) {
-        const ce_handle hit = work.track().find(toWide(text), from, ce_handle());
-        if (!hit.valid())
-            return found;
-        while (work.subtitles()[next].event != hit.get_index())
-            ++next;
-        found.push_back(next);
-        from = hit.get_next_ceh(in_point);
-        if (!from.valid())
-            return found;
-    }
+    for (std::size_t i = 0; i < subtitles.size(); ++i)
+        if (std::any_of(subtitles[i].lines.begin(), subtitles[i].lines.end(), says))
+            found.push_back(i);
+    return found;
 }
 
 int runFind(const SubtitleOptions& options)
 {
     SubtitleWork work(options);
-    const std::vector<std::size_t> found = findAll(work, joined(options.words));
+    const std::vector<std::size_t> found = findAll(work.subtitles(), joined(options.words));
     if (options.json) {
         Json list = Json::array();
         for (const std::size_t index : found)
@@ -203,12 +203,15 @@ int runSet(const SubtitleOptions& options)
 {
     SubtitleWork work(options);
     const std::size_t index = work.indexAt(options.at);
-    std::vector<std::string> lines;
+    std::string text;
     for (const std::string& word : options.words)
-        if (std::string line = asOneLine(word, kLongestCueText); !line.empty())
-            lines.push_back(std::move(line));
-    if (lines.empty())
+        text += asOneLine(word, kLongestCueText) + "\n";
+    const std::string clean = cleanCueText(text).text;
+    if (clean.empty())
         throw Failure(kUsage, "a subtitle needs a text; cel edit removes it");
+    std::vector<std::string> lines;
+    for (DecodedLines rest(clean); const auto line = rest.next();)
+        lines.emplace_back(*line);
     std::string report = "was\n" + work.line(index);
     work.set(index, lines, work.subtitles()[index].style);
     report += "is\n" + work.line(index);

@@ -202,20 +202,16 @@ Kt::Ptr<Cel> TrackEdit::materialAt(double start)
     return laid_;
 }
 
-void TrackEdit::settleBlack()
+Kt::Ptr<Cel> TrackEdit::withTexts(const Kt::Ptr<Cel>& made)
 {
-    // Some operations of the library know the black of pictures and of sound alone.
-    const Cookie black = blackOf(track_);
-    if (black.type() != kSubtitleCookie)
-        return;
-    for (int i = 0; i < track_.numEvents(); ++i)
-        if (ChannelEvent& event = *track_.getChanEventPtr(i); event.strip_name().isBlack())
-            event.strip_name(black);
+    const SubtitleTrack track = SubtitleTrack::createFromCel(Kt::Ptr<Cel>(&track_));
+    laid_ = track.valid() ? track.withSectionsOf(*made).getCel() : made;
+    return laid_;
 }
 
 void TrackEdit::layOnLines()
 {
-    settleBlack();
+    settleBlack(track_);
     const auto troubles = [](const Cel& track) {
         const std::vector<Finding> findings = audit(track);
         return std::count_if(findings.begin(), findings.end(),

@@ -90,6 +90,10 @@ public:
     /// That as a track of its own, beginning at an edit time, on the frames of the edited track.
     Kt::Ptr<Cel> materialAt(double start);
 
+    /// A track that was made of sections of this one, with the texts of those: they go when the
+    /// sections go.
+    Kt::Ptr<Cel> withTexts(const Kt::Ptr<Cel>& made);
+
     /// The section that holds an argument's time: the handle of its in point.
     ce_handle sectionAt(std::size_t argument);
 
@@ -143,8 +147,6 @@ private:
     /// Sections that came from the track or its material keep their texts.
     void becomeWithTexts(SubtitleTrack::SubtitleCel& subtitles, const Cel& result) const;
 
-    void settleBlack();
-
     const Cut& cut_;
     Cel& track_;
     std::string name_;
@@ -152,7 +154,7 @@ private:
     const EditTexts& texts_;
     std::optional<MaterialStretch> material_;
     EnvelopeEdit envelope_;
-    Kt::Ptr<Cel> laid_; ///< what `materialAt` gave last
+    Kt::Ptr<Cel> laid_; ///< what `materialAt` or `withTexts` gave last
     Kt::Ptr<Cel> produced_;
     AudLevelsCel producedLevels_ = AudLevelsCel::createInvalid();
     std::vector<Kt::Ptr<Cel>> rolls_;
