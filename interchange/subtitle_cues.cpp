@@ -105,7 +105,9 @@ std::optional<CueTimes> parseCueTimes(std::string_view line)
         return std::nullopt;
     line = trimmed(line.substr(kArrow.size()));
     const auto end = takeCueTime(line);
-    const bool endsThere = line.empty() || line.front() == ' ' || line.front() == '\t';
+    // Coordinates ("X1:40 ...") are told apart from a time without a blank as well.
+    const bool endsThere = line.empty() || line.front() == ' ' || line.front() == '\t' ||
+                           line.starts_with("X1:");
     if (!end || !endsThere)
         return std::nullopt;
     return CueTimes{*start, *end, trimmed(line)};

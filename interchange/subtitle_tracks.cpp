@@ -11,6 +11,7 @@
 #include "subtitles/SubtitleStyleManager.h"
 
 #include <algorithm>
+#include <map>
 #include <utility>
 
 namespace cel {
@@ -150,9 +151,18 @@ private:
         if (subtitle.start + shift_ < -kTimeEpsilon)
             lose("before", "starts before the file and is cut off there");
         std::vector<SubtitleCue>& cues = result_.file.cues;
-        cue.placement = placementOfStyle(subtitle.style);
+        cue.placement = placementOf(subtitle.style);
         cue.identifier = std::to_string(cues.size() + 1);
         cues.push_back(std::move(cue));
+    }
+
+    /// The registry is asked once for each style.
+    CuePlacement placementOf(const std::string& style)
+    {
+        auto known = placements_.find(style);
+        if (known == placements_.end())
+            known = placements_.emplace(style, placementOfStyle(style)).first;
+        return known->second;
     }
 
     std::string textOf(const PlacedSubtitle& subtitle)
@@ -179,6 +189,7 @@ private:
 
     double shift_;
     std::size_t number_ = 0;
+    std::map<std::string, CuePlacement> placements_;
     SubtitleImport result_;
     CountedLosses losses_;
 };

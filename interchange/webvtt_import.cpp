@@ -82,9 +82,9 @@ private:
 
     void takeTimes(std::string_view line)
     {
-        // One line before the times names the cue.
+        // One line before the times names the cue, whatever it says.
         std::string identifier;
-        if (block_ == Block::unknown && blockLines_ == 1)
+        if ((block_ == Block::unknown || block_ == Block::kept) && blockLines_ == 1)
             identifier = text_;
         else
             endBlock();

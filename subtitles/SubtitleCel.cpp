@@ -74,8 +74,7 @@ void SubtitleTrack::SubtitleCel::font(const FontDefinition& font)
     make_dirty();
 }
 
-// ---- what the edits of the list ask
-// --------------------------------------------------------------
+// ---- what the edits of the list ask ------------------------------------------------------------
 
 Cookie SubtitleTrack::SubtitleCel::getBlackCookie() const
 {

@@ -84,8 +84,7 @@ SubtitleTrack SubtitleTrack::withSectionsOf(const Cel& list) const
     return SubtitleTrack(made);
 }
 
-// ---- queries
-// --------------------------------------------------------------------------------------
+// ---- queries -----------------------------------------------------------------------------------
 
 bool SubtitleTrack::valid() const
 {
@@ -110,8 +109,10 @@ const IdStamp& SubtitleTrack::id() const
 
 void SubtitleTrack::id(const IdStamp& id)
 {
-    if (cel_)
-        cel_->id(id);
+    if (!cel_)
+        return;
+    cel_->id(id);
+    cel_->make_dirty();
 }
 
 unsigned int SubtitleTrack::getNumElements() const
@@ -190,8 +191,7 @@ ce_handle SubtitleTrack::find(const LightweightString<wchar_t>& text, ce_handle 
     return {};
 }
 
-// ---- edits
-// ----------------------------------------------------------------------------------------
+// ---- edits -------------------------------------------------------------------------------------
 
 void SubtitleTrack::setElement(const IdStamp& id, const Element& element)
 {
@@ -236,8 +236,7 @@ bool SubtitleTrack::simplify(Simplification::eType type, const Range& range)
     return cel_ && cel_->simplify(type, range);
 }
 
-// ---- the font of new tracks
-// -----------------------------------------------------------------------
+// ---- the font of new tracks --------------------------------------------------------------------
 
 FontDefinition SubtitleTrack::getDefaultFont()
 {

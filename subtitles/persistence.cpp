@@ -55,8 +55,7 @@ bool unpackElement(PStream& stream, IdStamp& id, SubtitleTrack::Element& element
 
 } // namespace
 
-// ---- the object stream's view of a track
-// ----------------------------------------------------------
+// ---- the object stream's view of a track -------------------------------------------------------
 
 StreamClassRegistrar
     SubtitleCel::STRM_L_SubtitleCel_registrar_("Cel.SubtitleCel", SubtitleCel::shortLayerName(),
@@ -139,8 +138,7 @@ void SubtitleCel::STRM_layerUnpack(SubtitleCel* track, PStream& stream)
     });
 }
 
-// ---- packing
-// --------------------------------------------------------------------------------------
+// ---- packing -----------------------------------------------------------------------------------
 
 unsigned char SubtitleCel::pack(PStream& stream) const
 {

@@ -61,6 +61,7 @@ void SubtitleTrack::setElements(const std::vector<RangedElement>& elements, doub
     const double frame = cel_->get_resolution();
     Layer layer(*cel_);
     double reached = 0.0;
+    // Kept: gaps follow from the times that the elements give, not from those they are laid at.
     for (const RangedElement& element : elements) {
         if (!hasPlace(element))
             continue;

@@ -35,6 +35,7 @@ TEST(WebVtt, FindsCuesBlocksAndWhatIsNeither)
         {"a line of blanks",      "WEBVTT\n\n" + kTimes + "A\n \t\nB\n",        "1-2.5 A|B", "", ""},
         {"times that are none",   "WEBVTT\n\nx\n0:1 --> 1\nlost\n\n" + kTimes + "A", "1-2.5 A", "", "4 time"},
         {"times in a cue",        "WEBVTT\n\n" + kTimes + "A\n" + kTimes + "B", "1-2.5 A / 1-2.5 B", "", ""},
+        {"a name like a block",   "WEBVTT\n\nNOTE a\n" + kTimes + "A",        "[NOTE a] 1-2.5 A", "", ""},
         {"two lines above times", "WEBVTT\n\nx\ny\n" + kTimes + "A",            "1-2.5 A", "", "3 unknown"},
     };
     // clang-format on

@@ -285,18 +285,28 @@ int runStyle(const SubtitleOptions& options)
     const bool all = options.at == "all";
     const std::size_t first = all ? 0 : work.indexAt(options.at);
     const std::size_t last = all ? work.subtitles().size() : first + 1;
-    for (std::size_t i = first; i < last; ++i)
+    Json changed = Json::array();
+    for (std::size_t i = first; i < last; ++i) {
         work.set(i, work.subtitles()[i].lines, options.value);
-    print(counted(static_cast<long long>(last - first), "subtitle") + " in style " +
-          printable(options.value) + "\n" + work.save());
+        changed.push(work.json(i));
+    }
+    const std::string saved = work.save();
+    print(options.json ? changed.text()
+                       : counted(static_cast<long long>(last - first), "subtitle") + " in style " +
+                             printable(options.value) + "\n" + saved);
     return kFine;
 }
 
 // ---- font -------------------------------------------------------------------------------------
 
-std::string describeFont(const FontDefinition& font)
+std::string describeFont(const FontDefinition& font, bool asJson)
 {
-    return printable(toUtf8(font.faceName.view())) + ", size " + number(double{font.size}) + "\n";
+    const std::string face = toUtf8(font.faceName.view());
+    if (!asJson)
+        return printable(face) + ", size " + number(double{font.size}) + "\n";
+    Json json = Json::object();
+    json.set("face", face).set("size", double{font.size});
+    return json.text();
 }
 
 float sizeOf(const std::string& text)
@@ -306,7 +316,7 @@ float sizeOf(const std::string& text)
     constexpr float kLargest = 100.0F;
     if (fault != std::errc() || end != text.data() + text.size() || !(size > 0.0F) ||
         size > kLargest)
-        throw Failure(kUsage, "--size " + printable(text) + " is no number from 0 to 100");
+        throw Failure(kUsage, "--size " + printable(text) + " is no number above 0 and up to 100");
     return size;
 }
 
@@ -315,15 +325,19 @@ int runFont(const SubtitleOptions& options)
     SubtitleWork work(options);
     FontDefinition font = work.track().getFont();
     if (options.value.empty() && options.size.empty()) {
-        print(describeFont(font));
+        print(describeFont(font, options.json));
         return kFine;
     }
-    if (!options.value.empty())
-        font.faceName = toWide(asOneLine(options.value, kLongestTextLine));
+    const std::string face = asOneLine(options.value, kLongestTextLine);
+    if (face.empty() && !options.value.empty())
+        throw Failure(kUsage, "FACE is empty; a font needs a name");
+    if (!face.empty())
+        font.faceName = toWide(face);
     if (!options.size.empty())
         font.size = sizeOf(options.size);
     work.track().setFont(font);
-    print(describeFont(font) + work.save());
+    const std::string saved = work.save();
+    print(describeFont(font, options.json) + (options.json ? "" : saved));
     return kFine;
 }
 
@@ -383,7 +397,7 @@ void addStyle(Command& above, const Options& options, int& exitCode)
     command.argument("STYLE", options->value,
                      "A style of the registry, or a place: LT L RT, LM C RM, LB B RB", false);
     describeSaving(command, options);
-    command.flag("--json", options->json, "Print the list as JSON");
+    command.flag("--json", options->json, "Print the list, or what was changed, as JSON");
     command.footer("Example:\n  cel subtitles style cut.cel S1 10:00:14:05 L");
     command.runs([options] { return runStyle(*options); }, exitCode);
 }
@@ -396,6 +410,7 @@ void addFont(Command& above, const Options& options, int& exitCode)
     command.argument("FACE", options->value, "Name of the face", false);
     command.option("--size", options->size, "Height; 1 is normal");
     describeSaving(command, options);
+    command.flag("--json", options->json, "Print the font as JSON");
     command.footer("Example:\n  cel subtitles font cut.cel S1 \"DejaVu Sans\" --size 1.2");
     command.runs([options] { return runFont(*options); }, exitCode);
 }
