@@ -106,8 +106,8 @@ std::optional<CueTimes> parseCueTimes(std::string_view line)
     line = trimmed(line.substr(kArrow.size()));
     const auto end = takeCueTime(line);
     // Coordinates ("X1:40 ...") are told apart from a time without a blank as well.
-    const bool endsThere = line.empty() || line.front() == ' ' || line.front() == '\t' ||
-                           line.starts_with("X1:");
+    const bool endsThere =
+        line.empty() || line.front() == ' ' || line.front() == '\t' || line.starts_with("X1:");
     if (!end || !endsThere)
         return std::nullopt;
     return CueTimes{*start, *end, trimmed(line)};

@@ -19,11 +19,11 @@
 ///
 /// Every subtitle is a section of the track's list, every gap a section of black. The text lies in
 /// a table under the identifier that the section's in point carries, and follows the section
-/// through every edit of the list that has a counterpart here, `makeCutAt`, trims and the like, also
-/// when it is made on the list itself: a copied section gets a copy of the text, a removed one takes
-/// its text along, one that is cut has it in both halves. What makes lists out of lists, and `weld`,
-/// takes events alone; `withSectionsOf` gives such lists their texts, and `insert` at the end joins
-/// tracks with theirs. Texts, font and identity are stored with the list.
+/// through every edit of the list that has a counterpart here, `makeCutAt`, trims and the like,
+/// also when it is made on the list itself: a copied section gets a copy of the text, a removed one
+/// takes its text along, one that is cut has it in both halves. What makes lists out of lists, and
+/// `weld`, takes events alone; `withSectionsOf` gives such lists their texts, and `insert` at the
+/// end joins tracks with theirs. Texts, font and identity are stored with the list.
 ///
 /// Copying a handle shares the track; `clone()` makes one of its own. A handle may have no track:
 /// edits then do nothing and queries find nothing. A track is used by one thread at a time.

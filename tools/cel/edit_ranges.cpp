@@ -62,9 +62,8 @@ std::string rescale(TrackEdit& edit)
     const double from = edit.start() + (backwards ? lasts : 0.0);
     const double to = edit.start() + (backwards ? 0.0 : lasts);
     constexpr unsigned kFlags = Cel::EXTRACT_CLAMP_END | Cel::EXTRACT_KEEP_EFFECT_IDS;
-    const Kt::Ptr<Cel> scaled =
-        edit.withTexts(edit.track().rescale(range.start(), range.end(), from, to, levelIn, levelOut,
-                                            0.0, static_cast<int>(kFlags)));
+    const Kt::Ptr<Cel> scaled = edit.withTexts(edit.track().rescale(
+        range.start(), range.end(), from, to, levelIn, levelOut, 0.0, static_cast<int>(kFlags)));
     const double start = edit.start();
     edit.track().remove(range);
     if (edit.track().numEvents() == 0)
