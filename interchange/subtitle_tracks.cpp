@@ -170,7 +170,8 @@ private:
         std::string text;
         bool hadControls = false;
         for (const std::string& line : subtitle.lines) {
-            const CleanText clean = cleanText(line);
+            CleanText clean = cleanText(line);
+            std::replace(clean.text.begin(), clean.text.end(), '\r', '\n');
             text.append(text.empty() ? "" : "\n").append(clean.text);
             hadControls |= clean.hadControls;
         }

@@ -122,27 +122,6 @@ private:
         builder_.text(meaning);
     }
 
-<<<<<<< HEAD
-=======
-    /// What is text here may be read as a tag there, where no character can be written by name.
-    void noteLikeness(std::string_view text)
-    {
-        constexpr std::size_t kFarEnough = 300;
-        text = text.substr(0, kFarEnough);
-        std::string plain;
-        // No tag goes on behind these, and so a text of nothing but "&lt;" is read once.
-        const auto endsTag = [](char c) { return c == '<' || c == '>' || c == '\n'; };
-        while (!text.empty() && (plain.size() < 2 || !endsTag(plain.back()))) {
-            const std::string meaning = text.front() == '&' ? takeReference(text) : std::string();
-            plain += meaning.empty() ? std::string(1, text.front()) : meaning;
-            text.remove_prefix(meaning.empty() ? 1 : 0);
-        }
-        if (const auto tag = parseCueTag(plain))
-            lose("tag", "the words " + quoted(plain.substr(0, tag->length)) +
-                            " are text here and a tag from now on");
-    }
-
->>>>>>> 3af4369 (docs: the layer of a subtitle track)
     void takeTag(std::string_view& text)
     {
         const std::size_t end = std::min(text.find('>'), text.size());

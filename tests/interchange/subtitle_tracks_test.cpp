@@ -76,7 +76,7 @@ TEST(SubtitleTracks, AreCleanedForAFileWhichTellsOfIt)
     struct Case { const char* name; std::vector<LightweightString<wchar_t>> lines; double shift; const char* cues; const char* losses; };
     const Case cases[] = {
         {"an empty line",      {L"A", L"", L"B"},     0.0,  "[1] 1-2 A|B", "0 blank"},
-        {"a line of two",      {L"A\n\nB"},         0.0,  "[1] 1-2 A  B", "0 text"},
+        {"a line of two",      {L"A\r\n\tB\x1B"},    0.0,  "[1] 1-2 A|\tB ", "0 text, 0 blank"},
         {"an unclosed tag",    {L"<I>A", L"{\\an8}"}, 0.0,  "[1] 1-2 <i>A|{\\an8}</i>", ""},
         {"no text",            {L"<i></i>", L""},     0.0,  "", "0 empty"},
         {"before the file",    {L"A"},                -2.0, "", "0 before"},

@@ -1,16 +1,12 @@
 #include "interchange/subtitle_markup.h"
 #include "interchange/subtitle_text.h"
-#include "interchange/subtitle_tracks.h"
 #include "interchange/text_lines.h"
 #include "platform/support/TextSearch.h"
 #include "platform/support/utf8.h"
 #include "subtitles/SubtitleStyleManager.h"
 #include "tools/cel/command_line.h"
 #include "tools/cel/commands.h"
-#include "tools/cel/cut_files.h"
-#include "tools/cel/json.h"
-#include "tools/cel/listed_sections.h"
-#include "tools/cel/positions.h"
+#include "tools/cel/subtitle_work.h"
 #include "tools/cel/text.h"
 
 #include <algorithm>
@@ -18,134 +14,10 @@
 #include <cstdio>
 #include <map>
 #include <memory>
-#include <optional>
 
 namespace cel::tool {
 
 namespace {
-
-struct SubtitleOptions
-{
-    std::string file;
-    std::string track;
-    std::string at;
-    std::vector<std::string> words; ///< what is looked for, or the lines of the text
-    std::string value;
-    std::string size;
-    std::string output;
-    bool force = false;
-    bool json = false;
-};
-
-/// The subtitle track that a command is about, in memory.
-class SubtitleWork
-{
-public:
-    explicit SubtitleWork(const SubtitleOptions& options)
-        : options_(options)
-        , opened_(openCut(options.file))
-    {
-        const std::size_t index = chosenTracks(opened_.cut, {options.track}).front();
-        name_ = nameOfTrack(opened_.cut, index);
-        if (kindOf(*opened_.cut.tracks[index]) != kSubtitleCookie)
-            throw Failure(kUsage, name_ + " is " +
-                                      describeKind(kindOf(*opened_.cut.tracks[index])) +
-                                      " and no subtitle track");
-        cel_ = opened_.cut.tracks[index];
-        track_ = SubtitleTrack::createFromCel(cel_);
-        subtitles_ = subtitlesOf(*cel_);
-    }
-
-    const Cut& cut() const { return opened_.cut; }
-    SubtitleTrack& track() { return track_; }
-    const std::vector<PlacedSubtitle>& subtitles() const { return subtitles_; }
-
-    /// Index of the subtitle that "#12" or a time names.
-    std::size_t indexAt(const std::string& at) const
-    {
-        if (at.starts_with('#'))
-            return indexOfNumber(at);
-        const double seconds = positionOf("AT", at, opened_.cut);
-        for (std::size_t i = 0; i < subtitles_.size(); ++i)
-            if (seconds >= subtitles_[i].start - kTimeEpsilon &&
-                seconds < subtitles_[i].end - kTimeEpsilon)
-                return i;
-        throw Failure(kUsage, "no subtitle of " + name_ + " is shown at " +
-                                  describePosition(opened_.cut, seconds));
-    }
-
-    /// "  #12  10:00:14:05  10:00:17:00  Two lines | of text\n"
-    std::string line(std::size_t index) const
-    {
-        const PlacedSubtitle& subtitle = subtitles_[index];
-        std::string text;
-        for (const std::string& words : subtitle.lines)
-            text += (text.empty() ? "" : " | ") + printable(words);
-        return "  " + padded("#" + std::to_string(index + 1), 6) + "  " +
-               recordTimecode(opened_.cut, subtitle.start) + "  " +
-               recordTimecode(opened_.cut, subtitle.end) + "  " + text + "\n";
-    }
-
-    Json json(std::size_t index) const
-    {
-        const PlacedSubtitle& subtitle = subtitles_[index];
-        Json json = Json::object();
-        json.set("number", index + 1)
-            .set("recordIn", recordTimecode(opened_.cut, subtitle.start))
-            .set("recordOut", recordTimecode(opened_.cut, subtitle.end))
-            .set("seconds", subtitle.start, subtitle.end)
-            .set("text", subtitle.text())
-            .set("style", subtitle.style);
-        return json;
-    }
-
-    /// Replaces what a subtitle shows, or in which style.
-    void set(std::size_t index, const std::vector<std::string>& lines, const std::string& style)
-    {
-        SubtitleTrack::Element element;
-        for (const std::string& line : lines)
-            element.lines.push_back(toWide(line));
-        element.style = style;
-        track_.setElement(subtitles_[index].id, element);
-        subtitles_[index].lines = lines;
-        subtitles_[index].style = style;
-    }
-
-    /// Saves the cut. @return "Saved cut.cel.\n".
-    std::string save()
-    {
-        const std::string& target = options_.output.empty() ? options_.file : options_.output;
-        if (!opened_.findings.empty() && samePath(target, options_.file))
-            throw Failure(kUnwritable, options_.file + ": the file is damaged and stays as it is; "
-                                                       "-o NEW writes what can be read of it");
-        if (!holdsEverything(samePath(target, options_.file) ? opened_.kind : kindOfName(target)))
-            throw Failure(kUsage, target + kWrongResult);
-        cel_->make_dirty();
-        saveCutBack(opened_, opened_.cut, options_.file, target,
-                    options_.force ? SaveGuard::force : SaveGuard::refuse);
-        return "Saved " + printable(target) + ".\n";
-    }
-
-private:
-    std::size_t indexOfNumber(const std::string& at) const
-    {
-        std::size_t number = 0;
-        const char* const last = at.data() + at.size();
-        const auto [end, fault] = std::from_chars(at.data() + 1, last, number);
-        if (fault != std::errc() || end != last || number == 0 || number > subtitles_.size())
-            throw Failure(kUsage,
-                          printable(at) + ": " + name_ + " has " +
-                              counted(static_cast<long long>(subtitles_.size()), "subtitle"));
-        return number - 1;
-    }
-
-    const SubtitleOptions& options_;
-    OpenedCut opened_;
-    Kt::Ptr<Cel> cel_;
-    std::string name_;
-    SubtitleTrack track_ = SubtitleTrack::createInvalid();
-    std::vector<PlacedSubtitle> subtitles_;
-};
 
 void print(const std::string& text)
 {
