@@ -244,6 +244,7 @@ std::string listOfInvariants()
                   "  levels-kind       Level envelopes belong to tracks of sound.\n"
                   "  missing-material  Every recorded clip has an entry in the table of material.\n"
                   "  resolution        A track's frames last as long as the cut's.\n"
+                  "  section-kind      Sections of a subtitle track are subtitles or their black.\n"
                   "  track-name        Every track has a name of its own.\n";
 }
 

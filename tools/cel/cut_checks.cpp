@@ -64,11 +64,18 @@ private:
 
     void checkMaterials()
     {
-        for (const ListedSection& section : sectionsOf(track_, cut_.materials))
+        const bool subtitles = kindOf(track_) == kSubtitleCookie;
+        for (const ListedSection& section : sectionsOf(track_, cut_.materials)) {
             if (lacksMaterial(section.cookie))
                 report("missing-material", Severity::warning,
                        "no clip is known for " + printable(section.cookie.asString(true).view()),
                        section.event);
+            if (subtitles && section.cookie.type() != kSubtitleCookie)
+                report("section-kind", Severity::warning,
+                       std::string("it is ") + describeKind(section.cookie.type()) +
+                           " among subtitles",
+                       section.event);
+        }
     }
 
     void checkLevels()
