@@ -1,6 +1,7 @@
 #include "cel/Cel.h"
 #include "cel/inspect.h"
 #include "platform/foundation/Exception.h"
+#include "platform/support/CookieJar.h"
 #include "platform/support/PStream.h"
 #include "platform/support/layers.h"
 #include "platform/support/object_stream.h"
@@ -155,6 +156,21 @@ TEST(Pack, WritesExactlyTheseBytes)
         EXPECT_EQ(written.revision, 4);
         EXPECT_EQ(hexText(written.body), hexText(hexFile(row[0])));
         EXPECT_EQ(cel->is_dirty(), 0);
+    }
+}
+
+TEST(Pack, TellsItsFormBeforehand)
+{
+    const auto form = [](const char* notation) {
+        return int(track(notation)->getChannelEventPackRevision());
+    };
+    EXPECT_EQ(form("A0-4 .4-6"), 3);
+    EXPECT_EQ(form("A<0 A'>4 .4-6"), 3); // in points alone count
+    EXPECT_EQ(form("A'0-4 .4-6"), 4);
+    EXPECT_EQ(form("A0-4 B'4-6"), 4);
+    for (const int version : {2, 1, 0}) {
+        CookieJar::instance().setDefaultCookieVersion(static_cast<unsigned char>(version));
+        EXPECT_EQ(form("A0-4 .4-6"), version == 1 ? 4 : 3) << version;
     }
 }
 
