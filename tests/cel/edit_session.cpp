@@ -220,7 +220,8 @@ void Session::run(const Edit& edit)
     } catch (const std::out_of_range&) {
         return clear(target);
     }
-    if (target == 1 && typeid(*track) == typeid(Cel))
+    const Cel& made = *track;
+    if (target == 1 && typeid(made) == typeid(Cel))
         track = Kt::Ptr<Cel>(new Stepwise(*track));
     compare(target);
     if (outOfOrder(model))

@@ -26,7 +26,11 @@ struct EditLine
     /// @throws std::invalid_argument for an argument that is none.
     const std::string& text(std::size_t index) const;
     double number(std::size_t index) const;
-    int integer(std::size_t index) const { return static_cast<int>(number(index)); }
+    /// Numbers of 32 bits with a sign or without one.
+    int integer(std::size_t index) const
+    {
+        return static_cast<int>(static_cast<long long>(number(index)));
+    }
     Cel::Range range(std::size_t index) const;
 };
 
