@@ -1,6 +1,7 @@
 #include "interchange/Cut.h"
 
 #include "subtitles/SubtitleCel.h"
+#include "tracks/ManagedCel.h"
 
 #include <algorithm>
 
@@ -50,10 +51,7 @@ Kt::Ptr<Cel> Cut::addTrack(CookieType type, int number)
     const Kt::Ptr<Cel> added = type == kSubtitleCookie
                                    ? SubtitleTrack(rate.frameDuration()).getCel()
                                    : Kt::Ptr<Cel>(new Cel(0, rate.frameDuration()));
-    IdStamp id;
-    constexpr int kTrackIdentity = 2;
-    id.setMagicType(kTrackIdentity);
-    added->editChannelInfo(nameOf(number), id, kind.word, {});
+    added->editChannelInfo(nameOf(number), ManagedCel::Rep::createId(), kind.word, {});
     tracks.push_back(added);
     return added;
 }

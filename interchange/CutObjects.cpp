@@ -1,10 +1,51 @@
 #include "interchange/CutObjects.h"
 
+#include "platform/foundation/Exception.h"
+#include "platform/support/PStream.h"
 #include "platform/support/Taggable.h"
+#include "platform/support/object_file.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace cel {
+
+namespace {
+
+std::vector<std::byte> packed(const Streamable& object)
+{
+    StreamFile file;
+    PStream stream(file);
+    object.STRM_hierarchyPack(stream);
+    return {file.bytes().begin(), file.bytes().end()};
+}
+
+} // namespace
+
+CutObject readObject(const ObjectRow& row, std::string& notes, StreamFile& buffer)
+{
+    CutObject read{row.id, nullptr, std::string(row.className), row.revision, {}, {}};
+    try {
+        read.object = buildObject(row, notes, buffer);
+    } catch (const Kt::Exception::Base& fault) {
+        notes = std::string("it cannot be read: ") + fault.what();
+    }
+    if (!read.object || !notes.empty())
+        read.layers.assign(row.layers.begin(), row.layers.end());
+    if (read.object && !notes.empty())
+        read.packedThen = packed(*read.object);
+    return read;
+}
+
+void packObject(const CutObject& object, ObjectPacker& packer)
+{
+    const bool asItWasRead =
+        !object.object || (!object.layers.empty() && packed(*object.object) == object.packedThen);
+    if (asItWasRead)
+        packer.add({object.id, object.className, object.revision, object.layers});
+    else
+        packer.add(object.id, *object.object);
+}
 
 TagBase CutObjects::openObject(const IdStamp& id)
 {
@@ -14,7 +55,7 @@ TagBase CutObjects::openObject(const IdStamp& id)
 
 void CutObjects::storeObject(const TagBase& tag)
 {
-    if (tag.valid() && tag.id().valid())
+    if (tag.valid())
         put(tag.id(), Kt::Ptr<Streamable>(tag.object()));
 }
 
@@ -26,8 +67,15 @@ Kt::Ptr<Taggable> CutObjects::extractObject(const IdStamp& id)
     return tag.object();
 }
 
+bool CutObjects::allows(const IdStamp& id)
+{
+    return id.valid() && id != kCutId && id != kMaterialsId;
+}
+
 void CutObjects::put(CutObject object)
 {
+    if (!allows(object.id))
+        return;
     // The former object goes last: its destructor may use this store.
     std::swap(objects_[object.id], object);
 }
@@ -38,6 +86,12 @@ void CutObjects::put(const IdStamp& id, const Kt::Ptr<Streamable>& object)
     known.id = id;
     known.object = object;
     known.className = object->hierarchyName(true, true).view();
+    const CutObject* const former = find(id);
+    if (former && former->object && former->className == known.className) {
+        known.revision = former->revision;
+        known.layers = former->layers;
+        known.packedThen = former->packedThen;
+    }
     put(std::move(known));
 }
 
@@ -46,7 +100,7 @@ void CutObjects::name(const Place& place, const IdStamp& object)
     names_[place] = object;
 }
 
-void CutObjects::remove(const IdStamp& id)
+void CutObjects::remove(IdStamp id)
 {
     const auto former = objects_.extract(id); // goes last
     std::erase_if(names_, [&id](const auto& name) { return name.second == id; });

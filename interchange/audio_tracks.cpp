@@ -76,11 +76,14 @@ AudCel audioTrack(const Cut& cut, const Kt::Ptr<Cel>& track)
     AudCel handle = AudCel::createValidButEmpty();
     static_cast<ManagedCel_CelSetter&>(handle).setCel(track);
     handle.id(track->editChannelId());
+    if (!track->editChannelId().valid())
+        return handle;
     const CutObject* const kept = cut.objects.find({track->editChannelId(), kSwitches, 0});
     if (const auto switches = kept ? Kt::dynamicCast<AudioSwitches>(kept->object) : nullptr) {
         handle.setSoundOutputEnabled(switches->soundOutputEnabled);
         handle.setXFadesEnabled(switches->xfadesEnabled);
-        handle.setLevelsChanID(switches->levels);
+        if (cut.objects.find(switches->levels))
+            handle.setLevelsChanID(switches->levels);
     }
     const CutObject* const levels =
         cut.objects.find({track->editChannelId(), std::string(kLevelsRole), 0});

@@ -2,10 +2,10 @@
 
 #include "interchange/cel_stream_format.h"
 #include "interchange/text_lines.h"
-#include "platform/foundation/Exception.h"
 #include "platform/support/PStream.h"
 #include "platform/support/object_file.h"
 #include "platform/support/utf8.h"
+#include "tracks/ManagedCel.h"
 
 #include <algorithm>
 #include <set>
@@ -15,13 +15,12 @@ namespace cel {
 
 namespace {
 
-// The two objects that are not tracks and not theirs have identities of their own, which no stamp
-// that is drawn ever gets.
-constexpr IdStamp kCutId(0, 0, 1);
-constexpr IdStamp kMaterialsId(0, 0, 2);
-
 constexpr const char* kTrackRole = "track";
-constexpr int kTrackIdentity = 2;
+
+bool isPlaceOfTrack(const IdStamp& owner, std::string_view role)
+{
+    return !owner.valid() && role == kTrackRole;
+}
 
 std::string objectText(const IdStamp& id, std::string_view className)
 {
@@ -37,12 +36,11 @@ public:
     /// @throws nothing; the file's own faults go to the findings.
     bool read(ObjectFile& file, std::string& error)
     {
-        ObjectFile::Findings damaged;
         const auto reader = [this](const ObjectRow& row) { readRow(row); };
-        if (!file.readAll(names_, reader, damaged, error))
+        if (!file.readAll(names_, reader, damaged_, error))
             return false;
         result_.cut.stored = file.mark();
-        for (const ObjectFinding& finding : damaged)
+        for (const ObjectFinding& finding : damaged_)
             reportDamage(finding);
         placeTracks();
         placeObjects();
@@ -81,19 +79,18 @@ private:
             return readHead(row, readMaterialLayer);
         Built built;
         built.order = built_.size();
-        built.object = {row.id, nullptr, std::string(row.className), row.revision, {}};
         std::string notes;
-        try {
-            built.object.object = buildObject(row, notes, buffer_);
-        } catch (const Kt::Exception::Base& fault) {
-            notes = std::string("it cannot be read: ") + fault.what();
-        }
-        if (!built.object.object)
-            built.object.layers.assign(row.layers.begin(), row.layers.end());
+        built.object = readObject(row, notes, buffer_);
         if (!notes.empty())
             report(objectText(row.id, row.className), noteText(notes));
+        if (!CutObjects::allows(row.id)) {
+            report(objectText(row.id, row.className),
+                   "its identity belongs to the cut; it was given another");
+            built.object.id = IdStamp();
+        }
         built.track = Kt::dynamicCast<Cel>(built.object.object);
-        built_.insert_or_assign(row.id, std::move(built));
+        const IdStamp id = built.object.id;
+        built_.insert_or_assign(id, std::move(built));
     }
 
     template <class Read>
@@ -110,11 +107,12 @@ private:
     {
         std::vector<ObjectName> places;
         for (const ObjectName& name : names_)
-            if (!name.owner.valid() && name.role == kTrackRole)
+            if (isPlaceOfTrack(name.owner, name.role))
                 places.push_back(name);
         std::sort(places.begin(), places.end());
         for (const ObjectName& place : places)
-            placeTrack(place.object);
+            if (!placeTrack(place.object))
+                keepPlace(place);
         if (!places.empty())
             return;
         std::vector<std::pair<std::size_t, IdStamp>> unnamed;
@@ -126,13 +124,33 @@ private:
             placeTrack(id);
     }
 
-    void placeTrack(const IdStamp& id)
+    /// @return whether the object is a track that has no place yet.
+    bool placeTrack(const IdStamp& id)
     {
         const auto found = built_.find(id);
         if (found == built_.end() || !found->second.track)
-            return;
+            return false;
         result_.cut.tracks.push_back(std::move(found->second.track));
         built_.erase(found);
+        return true;
+    }
+
+    /// What is named as a track and cannot be read as one keeps its name, so that who can read it
+    /// finds it in its place.
+    void keepPlace(const ObjectName& place)
+    {
+        const std::string track = "track " + std::to_string(place.position + 1);
+        const auto found = built_.find(place.object);
+        const bool damaged =
+            std::any_of(damaged_.begin(), damaged_.end(), [&place](const ObjectFinding& finding) {
+                return finding.object == place.object;
+            });
+        if (found == built_.end() && !damaged)
+            return report(objectText(place.object, {}), track + " is missing");
+        result_.cut.objects.name({place.owner, place.role, place.position}, place.object);
+        if (found != built_.end())
+            report(objectText(place.object, found->second.object.className),
+                   track + " is none that is known here; it stays as it is");
     }
 
     void placeObjects()
@@ -140,7 +158,7 @@ private:
         for (auto& [id, built] : built_)
             result_.cut.objects.put(std::move(built.object));
         for (const ObjectName& name : names_)
-            if (name.owner.valid() || name.role != kTrackRole)
+            if (!isPlaceOfTrack(name.owner, name.role))
                 result_.cut.objects.name({name.owner, name.role, name.position}, name.object);
     }
 
@@ -168,6 +186,7 @@ private:
     LoadedCut result_;
     CutHead head_;
     std::vector<ObjectName> names_;
+    ObjectFile::Findings damaged_;
     std::map<IdStamp, Built> built_;
     StreamFile buffer_;
 };
@@ -177,50 +196,64 @@ class PackedCut
 {
 public:
     explicit PackedCut(const Cut& cut)
+        : objects_(cut.objects)
     {
         packer_.add(kCutId, kCutLayer, [&cut](PStream& stream) { writeCutLayer(cut, stream); });
         packer_.add(kMaterialsId, kMaterialLayer,
                     [&cut](PStream& stream) { writeMaterialLayer(cut, stream); });
-        for (const auto& [id, object] : cut.objects.all())
-            addObject(object);
-        for (const auto& [place, object] : cut.objects.names())
-            names_.push_back({place.owner, place.role, place.position, object});
-        std::uint32_t position = 0;
+        for (const auto& [id, object] : cut.objects.all()) {
+            taken_.insert(id);
+            packObject(object, packer_);
+        }
         for (const Kt::Ptr<Cel>& track : cut.tracks)
-            addTrack(*track, position++);
+            addTrack(*track);
     }
 
     std::vector<ObjectRow> rows() { return packer_.rows(); }
-    const std::vector<ObjectName>& names() const { return names_; }
+
+    /// Tracks have the places that are left by those that could not be read.
+    /// @param sameStore  whether what could not be read is in the file that is saved to.
+    std::vector<ObjectName> names(bool sameStore) const
+    {
+        std::vector<ObjectName> names;
+        std::set<std::uint32_t> kept;
+        for (const auto& [place, object] : objects_.names()) {
+            if (isPlaceOfTrack(place.owner, place.role)) {
+                const bool isThere =
+                    objects_.find(object) || (sameStore && taken_.count(object) == 0);
+                if (!isThere)
+                    continue;
+                kept.insert(place.position);
+            }
+            names.push_back({place.owner, place.role, place.position, object});
+        }
+        std::uint32_t position = 0;
+        for (const IdStamp& track : tracks_) {
+            while (kept.count(position) != 0)
+                ++position;
+            names.push_back({IdStamp(0, 0, 0), kTrackRole, position++, track});
+        }
+        return names;
+    }
 
     StreamFile& file() { return packer_.file(); }
     /// Where the layers of each track begin in it.
     const std::vector<std::size_t>& trackPlaces() const { return trackPlaces_; }
 
 private:
-    void addObject(const CutObject& object)
-    {
-        taken_.insert(object.id);
-        if (object.object)
-            packer_.add(object.id, *object.object);
-        else
-            packer_.add({object.id, object.className, object.revision, object.layers});
-    }
-
-    void addTrack(const Cel& track, std::uint32_t position)
+    void addTrack(const Cel& track)
     {
         IdStamp id = track.editChannelId();
-        if (!id.valid() || !taken_.insert(id).second) {
-            id = IdStamp();
-            id.setMagicType(kTrackIdentity);
-        }
+        if (!id.valid() || !taken_.insert(id).second)
+            id = ManagedCel::Rep::createId();
         trackPlaces_.push_back(packer_.add(id, track));
-        names_.push_back({IdStamp(0, 0, 0), kTrackRole, position, id});
+        tracks_.push_back(id);
     }
 
+    const CutObjects& objects_;
     ObjectPacker packer_;
     std::set<IdStamp> taken_{kCutId, kMaterialsId};
-    std::vector<ObjectName> names_;
+    std::vector<IdStamp> tracks_;
     std::vector<std::size_t> trackPlaces_;
 };
 
@@ -230,9 +263,12 @@ bool write(PackedCut& packed, const std::filesystem::path& path, StoreMark& mark
     std::error_code ignored;
     if (std::filesystem::symlink_status(path, ignored).type() ==
         std::filesystem::file_type::not_found)
-        return createObjectFile(path, packed.rows(), packed.names(), mark, error);
+        return createObjectFile(path, packed.rows(), packed.names(false), mark, error);
     const std::unique_ptr<ObjectFile> file = openObjectFile(path, error);
-    if (!file || !file->replaceAll(packed.rows(), packed.names(), mark, error))
+    if (!file)
+        return false;
+    const bool same = file->mark().store == mark.store;
+    if (!file->replaceAll(packed.rows(), packed.names(same), mark, error))
         return false;
     mark = file->mark();
     return true;

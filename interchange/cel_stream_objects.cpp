@@ -2,7 +2,6 @@
 
 #include "interchange/cel_stream_format.h"
 #include "interchange/text_lines.h"
-#include "platform/foundation/Exception.h"
 #include "platform/support/PStream.h"
 #include "platform/support/layers.h"
 #include "platform/support/object_file.h"
@@ -17,7 +16,7 @@ constexpr unsigned char kObjectRevision = 1;
 
 using Place = CutObjects::Place;
 
-void packObject(const CutObjects& objects, const ObjectRow& row, PStream& stream)
+void writeObject(const CutObjects& objects, const ObjectRow& row, PStream& stream)
 {
     StreamFile& file = stream.file();
     row.id.pack(stream);
@@ -78,33 +77,16 @@ std::string objectText(const Cut& cut, const UnpackedObject& read)
            layerText(kObjectLayer) + ")";
 }
 
-/// What is known of the class becomes an object, of anything else the bytes stay.
-void buildFrom(std::span<const std::byte> layers, CutObject& object, std::string& notes)
-{
-    StreamFile buffer;
-    try {
-        object.object =
-            buildObject({object.id, object.className, object.revision, layers}, notes, buffer);
-    } catch (const Kt::Exception::Base& fault) {
-        notes = std::string("it cannot be read: ") + fault.what();
-    }
-    if (!object.object)
-        object.layers.assign(layers.begin(), layers.end());
-}
-
 } // namespace
 
 void writeObjectLayers(const Cut& cut, PStream& stream)
 {
     for (const auto& [id, object] : cut.objects.all()) {
         ObjectPacker packer;
-        if (object.object)
-            packer.add(id, *object.object);
-        else
-            packer.add({id, object.className, object.revision, object.layers});
+        packObject(object, packer);
         const std::vector<ObjectRow> rows = packer.rows();
         writeLayer(stream, kObjectLayer, [&](PStream& body) {
-            packObject(cut.objects, rows.front(), body);
+            writeObject(cut.objects, rows.front(), body);
             return kObjectRevision;
         });
     }
@@ -122,11 +104,21 @@ void readObjectLayer(PStream& stream, Cut& cut, const CutReport& report)
             stream.file().clearFault();
             return report(where, "it ends too early or has no identity; it was left out");
         }
+        if (!CutObjects::allows(read.object.id)) {
+            report(where, "its identity belongs to the cut; it was given another");
+            read.object.id = IdStamp();
+        }
         std::string notes;
-        buildFrom(stream.file().take(stream.remaining()), read.object, notes);
-        // The checksum of the layer around it says the same.
-        if (!notes.empty() && frame.checksumMatches)
+        StreamFile buffer;
+        const ObjectRow row{read.object.id, read.object.className, read.object.revision,
+                            stream.file().take(stream.remaining())};
+        read.object = readObject(row, notes, buffer);
+        // The checksum of the layer around it says the same, and what is damaged is not worth
+        // keeping as it is.
+        if (frame.checksumMatches && !notes.empty())
             report(where, noteText(notes));
+        else if (read.object.object)
+            read.object.layers.clear();
         if (cut.objects.find(read.object.id))
             return report(where, "a second object of its identity was left out");
         for (const Place& place : read.places)

@@ -40,22 +40,28 @@ AudLevelsCel levelsOf(const Cut& cut, const Cel& track)
     if (!object)
         return AudLevelsCel::createInvalid();
     AudLevelsCel levels = HeldLevels(Kt::dynamicCast<AudLevelsCelRep>(object->object));
-    levels.id(object->id);
-    levels.setResolution(track.get_resolution());
+    // Copies of the cut share the envelope, so that it is only written to when it must be.
+    if (levels.id() != object->id)
+        levels.id(object->id);
+    if (levels.getResolution() != track.get_resolution())
+        levels.setResolution(track.get_resolution());
     return levels;
 }
 
 void setLevels(Cut& cut, Cel& track, const AudLevelsCel& levels)
 {
-    if (const CutObject* former = cut.objects.find(placeOf(track)))
-        cut.objects.remove(IdStamp(former->id));
+    const CutObject* const former =
+        track.editChannelId().valid() ? cut.objects.find(placeOf(track)) : nullptr;
+    const bool itsOwn = former && former->id == levels.id();
+    if (former && !itsOwn)
+        cut.objects.remove(former->id);
     if (!levels.valid())
         return;
     if (!track.editChannelId().valid())
         track.editChannelInfo(track.editChannelName(), AudLevelsCelRep::createId(),
                               track.editChannelSubType(), track.editChannelMaterialInfo());
     AudLevelsCel held = levels;
-    if (cut.objects.find(held.id())) {
+    if (!itsOwn && cut.objects.find(held.id())) {
         held = levels.clone();
         held.id(AudLevelsCelRep::createId());
     }

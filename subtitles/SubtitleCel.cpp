@@ -1,28 +1,17 @@
 #include "subtitles/SubtitleCel.h"
 
 #include "subtitles/detail/texts_in_order.h"
-
-namespace {
-
-IdStamp trackIdentity()
-{
-    constexpr int kTrackIdentity = 2;
-    IdStamp id;
-    id.setMagicType(kTrackIdentity);
-    return id;
-}
-
-} // namespace
+#include "tracks/ManagedCel.h"
 
 SubtitleTrack::SubtitleCel::SubtitleCel(double resolution)
     : Cel(0, resolution)
-    , Identified(trackIdentity())
+    , Identified(ManagedCel::Rep::createId())
 {
 }
 
 SubtitleTrack::SubtitleCel::SubtitleCel(BuilderType type)
     : Cel(type)
-    , Identified(trackIdentity())
+    , Identified(ManagedCel::Rep::createId())
 {
 }
 
@@ -30,7 +19,7 @@ SubtitleTrack::SubtitleCel::SubtitleCel(const SubtitleCel& other)
     : Kt::InternalRefCount()
     , iObject()
     , Cel(other)
-    , Identified(trackIdentity())
+    , Identified(ManagedCel::Rep::createId())
     , elements_(other.elements_)
     , font_(other.font_)
 {
@@ -43,7 +32,7 @@ SubtitleTrack::SubtitleCel::SubtitleCel(BuilderType, const SubtitleCel& other)
 
 SubtitleTrack::SubtitleCel::SubtitleCel(const Cel& list)
     : Cel(list)
-    , Identified(trackIdentity())
+    , Identified(ManagedCel::Rep::createId())
 {
 }
 

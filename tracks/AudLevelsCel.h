@@ -71,8 +71,7 @@ public:
     /// From the first to the last node, on the quantum; both arguments have no meaning here.
     Range getExtents(Editable::ExtentType type, bool flag) const;
 
-    // ---- edits: O(log n), one move of the later nodes and one shift
-    // -------------------------------
+    // ---- edits: O(log n), one move of the later nodes and one shift ----------------------------
 
     /// Takes a stretch out and closes the gap. The level in front of it holds up to a quantum
     /// before the cut; behind it begins with the level that stood at the end of the stretch.
@@ -105,8 +104,7 @@ public:
     /// @return the number of nodes that went; 0 when `decibels` is negative or no number.
     std::size_t thinToWithin(double decibels);
 
-    // ---- guards and clips
-    // -------------------------------------------------------------------------
+    // ---- guards and clips ----------------------------------------------------------------------
 
     /// Clears the nodes of an outgoing shot in front of a cut at `t`: back to a start guard, which
     /// goes too unless it is the first node, or to an end guard, which stays.
@@ -128,8 +126,7 @@ public:
     /// Brings nodes of an older revision up to date: `replaceClipNodes`, whatever their revision.
     void checkNodesRevision(const AudCel& track);
 
-    // ---- the object store
-    // -------------------------------------------------------------------------
+    // ---- the object store ----------------------------------------------------------------------
 
     /// Puts the envelope into the store under its identity; an invalid one is not stored.
     static void writeToStore(AudLevelsCel envelope, TagBag& bag);

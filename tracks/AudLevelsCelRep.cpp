@@ -1,11 +1,11 @@
 #include "tracks/AudLevelsCelRep.h"
 
+#include "tracks/ManagedCel.h"
+
 #include <utility>
 
 namespace {
 
-constexpr int kTrackMagicType = 2;
-constexpr unsigned char kRevision = 3;
 constexpr double kQuantaPerFrame = 4.0;
 
 } // namespace
@@ -18,9 +18,9 @@ AudLevelsCelRep::AudLevelsCelRep(double resolution)
 
 void AudLevelsCelRep::init(double resolution)
 {
-    revisionMajor_ = kRevision;
+    revisionMajor_ = kNodesRevision;
     revisionMinor_ = 0;
-    nodesRevision_ = kRevision;
+    nodesRevision_ = kNodesRevision;
     dummy_ = false;
     setResolution(resolution);
 }
@@ -63,9 +63,7 @@ AudLevelsCelRep::~AudLevelsCelRep() = default;
 
 IdStamp AudLevelsCelRep::createId()
 {
-    IdStamp id;
-    id.setMagicType(kTrackMagicType);
-    return id;
+    return ManagedCel::Rep::createId();
 }
 
 float AudLevelsCelRep::levelAt(double t) const
@@ -90,10 +88,15 @@ AudLevelsCelRep::Range AudLevelsCelRep::getExtents(Editable::ExtentType, bool) c
 
 void AudLevelsCelRep::quantiseCelEnd() {}
 
-double AudLevelsCelRep::getResolution() const
+double AudLevelsCelRep::quantum() const
 {
     const Kt::Guard guard(lock_);
-    return quantum_ * kQuantaPerFrame;
+    return quantum_;
+}
+
+double AudLevelsCelRep::getResolution() const
+{
+    return quantum() * kQuantaPerFrame;
 }
 
 void AudLevelsCelRep::setResolution(double seconds)

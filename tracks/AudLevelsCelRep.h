@@ -24,13 +24,17 @@ class AudLevelsCel;
 /// what it needs under the source's lock before it takes its own: no thread ever waits for one
 /// envelope with another one locked. The nodes themselves (`nodes`), `pack` and the identity take
 /// no lock; who uses them while others edit takes it first. An edit that runs out of memory leaves
-/// the envelope as it was. Times that are not finite change nothing.
+/// the envelope as it was. Times that are not finite change nothing; only a range to be thinned may
+/// be without end.
 class CEL_API AudLevelsCelRep : public Taggable
 {
 public:
     using Store = Aud::DynamicLevelControl::Store;
     using Range = NumRange<double, Ordered>;
     using IdMap = std::map<IdStamp, IdStamp>;
+
+    /// Major revision of what `pack` writes.
+    static constexpr unsigned char kNodesRevision = 3;
 
     /// No nodes and a fresh identity. @param resolution  seconds; a quarter of it is the distance
     /// that an end guard keeps from its cut.
@@ -151,6 +155,7 @@ private:
     AudLevelsCelRep(const AudLevelsCelRep& other, const Kt::Guard&);
 
     void init(double resolution);
+    double quantum() const; ///< takes the lock
     Material materialFor(double quantum, const Range& range, double at) const;
     static Material blackOrMaterialOf(const AudLevelsCelRep* source, double quantum,
                                       const Range& range, double at);

@@ -14,9 +14,6 @@ using Node = Store::Node;
 
 namespace {
 
-/// A guard this close to 0 would lie before the beginning.
-constexpr double kBeginning = 1e-6;
-
 bool areFinite(double a, double b, double c)
 {
     return std::isfinite(a) && std::isfinite(b) && std::isfinite(c);
@@ -63,12 +60,12 @@ void AudLevelsCelRep::remove(const Range& range)
         return;
     const Sound before(nodes_, a - quantum_);
     const Sound after(nodes_, b);
-    rewrite(nodes_, {a, b + kNodeTolerance, -(b - a), std::min(a - quantum_, a), a}, 2,
-            [&](Store& window) {
-                if (a > kBeginning)
-                    putEndGuard(window, a - quantum_, before);
-                putStartGuard(window, a, after);
-            });
+    const auto [earliest, latest] = std::minmax({a, a - quantum_});
+    rewrite(nodes_, {a, b + kNodeTolerance, -(b - a), earliest, latest}, 2, [&](Store& window) {
+        if (a > kNodeTolerance) // else it would lie before the beginning
+            putEndGuard(window, a - quantum_, before);
+        putStartGuard(window, a, after);
+    });
 }
 
 // ---- putting a stretch in ---------------------------------------------------------------------
@@ -87,10 +84,10 @@ struct AudLevelsCelRep::Opening
     double at;
     double length;
     double quantum;
-    double eraseTo;   ///< nodes from a quantum in front of the place up to here go
-    double laterBy;   ///< those behind move by so much
-    double resumesAt; ///< what follows goes on with the level and flag that stand here,
-    bool always;      ///< also when no node follows
+    double eraseTo;     ///< nodes from a quantum in front of the place up to here go
+    Store::Shift later; ///< of those behind
+    double resumesAt;   ///< what follows goes on with the level and flag that stand here,
+    bool always;        ///< also when no node follows
 };
 
 AudLevelsCelRep::Material AudLevelsCelRep::materialFor(double quantum, const Range& range,
@@ -122,27 +119,30 @@ AudLevelsCelRep::Material AudLevelsCelRep::blackOrMaterialOf(const AudLevelsCelR
 void AudLevelsCelRep::insert(const AudLevelsCelRep* source, const Range& range, double at,
                              const IdMap&)
 {
-    const double quantum = getResolution() / 4.0;
+    const double quantum = this->quantum();
     if (!areFinite(range.start(), range.end(), at) || !std::isfinite(quantum))
         return;
     const double length = range.end() - range.start();
+    // With a negative quantum the nodes at the place are not erased and move with the others.
+    const double eraseTo = quantum < -kNodeTolerance ? at : at + kNodeTolerance;
     // Kept: an envelope that has no node behind the place has nothing to resume there.
-    putIn(source, range, {at, length, quantum, at + kNodeTolerance, length, at, false});
+    putIn(source, range, {at, length, quantum, eraseTo, length, at, false});
 }
 
 void AudLevelsCelRep::replace(const AudLevelsCelRep* source, const Range& range, double at,
                               const IdMap&, Editable::ReplaceFlags)
 {
-    const double quantum = getResolution() / 4.0;
+    const double quantum = this->quantum();
     const double length = range.end() - range.start();
     if (!areFinite(range.start(), range.end(), at) || !std::isfinite(quantum) ||
         !(length > kNodeTolerance))
         return;
     // What lies before 0 is not there to be overwritten, and makes what follows come later.
+    const double place = std::max(at, 0.0);
     const double end = std::max(at + length, 0.0);
-    const double laterBy = at < 0.0 ? std::min(-at, length) : 0.0;
+    // As if the stretch were removed and the range then inserted, to the last bit.
     putIn(source, range,
-          {std::max(at, 0.0), length, quantum, end + kNodeTolerance, laterBy, end, true});
+          {place, length, quantum, end + kNodeTolerance, {place - end, length}, end, true});
 }
 
 void AudLevelsCelRep::putIn(const AudLevelsCelRep* source, const Range& range,
@@ -162,13 +162,12 @@ void AudLevelsCelRep::putIn(const AudLevelsCelRep* source, const Range& range,
     const Sound after(nodes_, opening.resumesAt);
     const double end = t + opening.length;
     const bool resumes = opening.always || nodes_.indexOf(opening.eraseTo) < nodes_.size();
-    double earliest = std::min({t, t - quantum, end - quantum});
-    double latest = std::max({t, end, end - quantum});
+    auto [earliest, latest] = std::minmax({t, t - quantum, end, end - quantum});
     if (!material.nodes.empty()) {
         earliest = std::min(earliest, material.nodes.front().getRawTime());
         latest = std::max(latest, material.nodes.back().getRawTime());
     }
-    rewrite(nodes_, {t - quantum, opening.eraseTo, opening.laterBy, earliest, latest},
+    rewrite(nodes_, {t - quantum, opening.eraseTo, opening.later, earliest, latest},
             material.nodes.size() + 4, [&](Store& window) {
                 if (resumes)
                     window.insert_noAdjust(window.begin(), after.guard(end, Store::kStartGuard));
@@ -177,7 +176,7 @@ void AudLevelsCelRep::putIn(const AudLevelsCelRep* source, const Range& range,
                     putEndGuard(window, end - quantum, material.last);
                     putStartGuard(window, t, material.first);
                 }
-                if (t > kBeginning)
+                if (t > kNodeTolerance)
                     putEndGuard(window, t - quantum, before);
             });
 }

@@ -88,7 +88,7 @@ private:
 void AudLevelsCelRep::tidyGuardNodesBackward(double t)
 {
     const Kt::Guard guard(lock_);
-    if (!(t > 0.0) || nodes_.empty())
+    if (!(t > 0.0) || !std::isfinite(t) || !std::isfinite(quantum_) || nodes_.empty())
         return;
     const Store::iterator behind = nodes_.find(t - quantum_ - kNodeTolerance);
     // Where no guard stands, everything in front goes.
@@ -111,7 +111,7 @@ void AudLevelsCelRep::tidyGuardNodesBackward(double t)
 void AudLevelsCelRep::tidyGuardNodesForward(double t)
 {
     const Kt::Guard guard(lock_);
-    if (!(t > 0.0) || nodes_.empty())
+    if (!(t > 0.0) || !std::isfinite(t) || nodes_.empty())
         return;
     const Store::iterator from = nodes_.find(t - kNodeTolerance);
     Store::iterator it = from;
@@ -174,5 +174,5 @@ void AudLevelsCelRep::checkNodesRevision(const AudCel& track)
 {
     const Kt::Guard guard(lock_);
     replaceClipNodes(track);
-    nodesRevision_ = 3;
+    nodesRevision_ = kNodesRevision;
 }

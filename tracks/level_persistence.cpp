@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -12,7 +13,6 @@ using Node = Aud::DynamicLevelControl::Store::Node;
 
 namespace {
 
-constexpr unsigned char kRevision = 3;
 constexpr double kResolutionUnknown = 1.0;
 
 /// What one node takes in a stream of a revision: time, level, from 2 on its type, from 3 on its
@@ -70,7 +70,8 @@ Node readRecord(const std::byte* from, unsigned char revision)
 
 /// The order that comes about when nodes are put in one by one, each beside the one before it: of
 /// nodes at one time, one that follows an earlier time goes to the front, one that follows a later
-/// time, or none, to the back. Sorted at once, since a hostile stream may come backwards.
+/// time, or none, to the back; those that have none themselves to the front. Sorted at once, since
+/// a hostile stream may come backwards.
 std::vector<Node> inOrder(const std::vector<Node>& read)
 {
     struct Place
@@ -84,7 +85,7 @@ std::vector<Node> inOrder(const std::vector<Node>& read)
     for (std::size_t i = 0; i < read.size(); ++i) {
         const double time = read[i].getRawTime();
         const double before = i > 0 ? read[i - 1].getRawTime() : time;
-        const bool toBack = before > time || before != before;
+        const bool toBack = before > time || (before != before && time == time);
         const auto number = static_cast<std::ptrdiff_t>(i);
         places.push_back({time, toBack ? number : -number, i});
     }
@@ -100,6 +101,20 @@ std::vector<Node> inOrder(const std::vector<Node>& read)
     for (const Place& place : places)
         sorted.push_back(read[place.index]);
     return sorted;
+}
+
+/// Notes what would be lost if the nodes that were read took the place of those in a layer.
+void noteWhatWasNotRead(PStream& stream, unsigned char revision)
+{
+    std::string notes;
+    if (revision > AudLevelsCelRep::kNodesRevision)
+        notes += "The revision " + std::to_string(revision) + " of the nodes is later than " +
+                 std::to_string(AudLevelsCelRep::kNodesRevision) +
+                 ", the last that is known here\n";
+    if (!stream.atEnd())
+        notes += std::to_string(stream.remaining()) + " bytes behind the nodes mean nothing here\n";
+    if (!notes.empty())
+        stream.errorText().append(notes);
 }
 
 } // namespace
@@ -186,18 +201,21 @@ void AudLevelsCelRep::STRM_layerUnpack(AudLevelsCelRep* levels, PStream& stream)
                    [levels, &stream](const cel::LayerFrame& frame) {
                        levels->revisionMajor(frame.revision);
                        levels->chunkSize(frame.bodyBytes);
+                       const auto& notes = stream.errorText().notes();
+                       const std::size_t before = notes.size();
                        levels->unpack(stream);
+                       if (notes.size() == before)
+                           noteWhatWasNotRead(stream, frame.revision);
                    });
 }
 
-// ---- the nodes
-// ------------------------------------------------------------------------------------
+// ---- the nodes ---------------------------------------------------------------------------------
 
 void AudLevelsCelRep::pack(PStream& stream) const
 {
     constexpr std::size_t kPiece = 512; // nodes: some kilobytes, see `StreamFile::extend`
-    constexpr std::size_t kBytes = recordBytes(kRevision);
-    revisionMajor_ = kRevision;
+    constexpr std::size_t kBytes = recordBytes(AudLevelsCelRep::kNodesRevision);
+    revisionMajor_ = AudLevelsCelRep::kNodesRevision;
     StreamFile& file = stream.file();
     file.setUnsignedLong(static_cast<std::uint32_t>(nodes_.size()));
     file.reserve(nodes_.size() * kBytes);
@@ -229,24 +247,31 @@ void AudLevelsCelRep::unpack(PStream& stream)
         const double time = node.getRawTime();
         if (time == before) // Kept: a second node at a time is dropped, and any first one at -1
             continue;
-        ordered = ordered && (read.empty() || before < time || time != time);
+        const bool follows = time == time ? before < time : before == before;
+        ordered = ordered && (read.empty() || follows);
         read.push_back(node);
         before = time;
     }
     {
         const Kt::Guard guard(lock_);
-        nodes_.insert_noAdjust(ordered ? read : inOrder(read));
+        if (nodes_.empty()) {
+            nodes_.insert_noAdjust(ordered ? read : inOrder(read));
+        } else {
+            nodes_.reserve(nodes_.size() + read.size());
+            auto beside = nodes_.begin();
+            for (const Node& node : read)
+                beside = nodes_.insert_noAdjust(beside, node);
+        }
     }
     if (stream.file().faulted() || whole < count)
         stream.errorText().append(
             "AudLevelsCelRep::unpack: Failed to read nodes (unexpected size)");
     nodesRevision_ = revisionMajor_;
-    revisionMajor_ = kRevision;
+    revisionMajor_ = AudLevelsCelRep::kNodesRevision;
     revisionMinor_ = 0;
 }
 
-// ---- the object store
-// -----------------------------------------------------------------------------
+// ---- the object store --------------------------------------------------------------------------
 
 void AudLevelsCel::writeToStore(AudLevelsCel envelope, TagBag& bag)
 {

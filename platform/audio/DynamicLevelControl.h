@@ -24,6 +24,9 @@ namespace Aud::DynamicLevelControl {
 class CEL_PLATFORM_API Store
 {
 public:
+    /// Nodes closer than this are at the same time, in seconds.
+    static constexpr double kTolerance = 1e-6;
+
     /// What a node is there for; files may bring other values, which count as ordinary.
     enum eNodeType : std::int32_t {
         kOrdinary = 0,
@@ -124,6 +127,24 @@ public:
         std::size_t index_ = 0;
     };
 
+    /// How nodes move in time: by so many seconds and then by so many. Two sums are rounded twice,
+    /// which is not the same as once by their total.
+    class Shift
+    {
+    public:
+        Shift(double by, double thenBy = 0.0)
+            : by_(by)
+            , thenBy_(thenBy)
+        {
+        }
+        double operator()(double time) const { return (time + by_) + thenBy_; }
+        bool isNone() const { return by_ == 0.0 && thenBy_ == 0.0; }
+
+    private:
+        double by_;
+        double thenBy_;
+    };
+
     iterator begin() { return at(0); }
     iterator end() { return at(size()); }
     iterator at(std::size_t index) { return {this, index}; }
@@ -157,8 +178,9 @@ public:
     // ---- changing. O(log n) and one move of the later nodes -------------------------------------
     // A failure of memory leaves the store as it was.
 
-    /// Puts a node where the user wants one: a node that lies within a microsecond takes over its
-    /// level and flag, and its type unless it is a guard. No other node changes.
+    /// Puts a node where the user wants one: the nearest node that lies within a microsecond, of
+    /// equally near ones the last, takes over its level and flag, and its type unless it is a
+    /// guard. No other node changes.
     /// @return the node.
     iterator insert(const Node& node);
 
@@ -185,8 +207,8 @@ public:
     void setRangeToNonBlackSection(double from, double to) { setBlack(from, to, false); }
 
     /// Puts `nodes` in the place of those with the indices `first` to `last` and moves the nodes
-    /// behind later by `laterBy` seconds. Who calls keeps the order. Moves the later nodes once.
-    void splice(std::size_t first, std::size_t last, std::span<const Node> nodes, double laterBy);
+    /// behind in time. Who calls keeps the order. Moves the later nodes once.
+    void splice(std::size_t first, std::size_t last, std::span<const Node> nodes, Shift shift);
 
     /// Erases in one pass every node for whose index `drop` answers true. It is asked once for each
     /// node in order, and sees in `nodes()` those from its index on as they were. Must not throw.
@@ -201,11 +223,13 @@ public:
         nodes_.resize(kept);
     }
 
-    /// Afterwards the store takes so many nodes without a failure of memory.
-    void reserve(std::size_t count) { nodes_.reserve(count); }
+    /// Afterwards the store takes so many nodes without a failure of memory. Amortised over many
+    /// calls that each ask for a little more, every node moves once.
+    void reserve(std::size_t count);
 
 private:
     std::size_t indexBehind(double t) const;
+    std::size_t nearest(double t) const; ///< within a microsecond; `size()` without one
     void setBlack(double from, double to, bool black);
 
     std::vector<Node> nodes_;

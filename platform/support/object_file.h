@@ -148,7 +148,9 @@ CEL_PLATFORM_API std::unique_ptr<ObjectFile> openObjectFile(const std::filesyste
 
 /// Makes a new file with these objects and names: it appears under its name when it is whole.
 /// @param mark  receives that of the new file.
-/// @return false, with `error` set, also when there is anything under the name.
+/// @return false, with `error` set, also when there is anything under the name; then there is no
+/// new file, except where the error text says that it is written but may not survive a power
+/// failure.
 CEL_PLATFORM_API bool createObjectFile(const std::filesystem::path& path,
                                        std::span<const ObjectRow> rows,
                                        std::span<const ObjectName> names, StoreMark& mark,

@@ -7,17 +7,16 @@
 
 namespace cel::detail {
 
-/// Nodes closer than this are at the same time, in seconds.
-inline constexpr double kNodeTolerance = 1e-6;
+inline constexpr double kNodeTolerance = Aud::DynamicLevelControl::Store::kTolerance;
 
 /// A stretch of an envelope that is written anew.
 struct LevelStretch
 {
-    double from;     ///< nodes from here
-    double to;       ///< up to here, exclusive, go,
-    double laterBy;  ///< those behind move by so much,
-    double earliest; ///< and what is put in lies between this time
-    double latest;   ///< and this
+    double from; ///< nodes from here
+    double to;   ///< up to here, exclusive, go; none if this is the earlier of the two
+    Aud::DynamicLevelControl::Store::Shift shift; ///< of those behind,
+    double earliest;                              ///< and what is put in lies between this time
+    double latest;                                ///< and this
 };
 
 /// Erases and moves the nodes of a stretch and lets `write` put in up to `room` nodes, all in one
@@ -29,14 +28,14 @@ void rewrite(Aud::DynamicLevelControl::Store& nodes, const LevelStretch& stretch
 {
     using Node = Aud::DynamicLevelControl::Store::Node;
     const auto all = nodes.nodes();
-    const std::size_t first = nodes.indexOf(stretch.from);
-    const std::size_t behind = std::max(first, nodes.indexOf(stretch.to));
+    const std::size_t behind = nodes.indexOf(stretch.to);
+    const std::size_t first = std::min(nodes.indexOf(stretch.from), behind);
     double earliest = stretch.earliest;
     if (behind < all.size()) // of huge times only the first digits are moved, and too far
-        earliest = std::min(earliest, all[behind].getRawTime() + stretch.laterBy);
+        earliest = std::min(earliest, stretch.shift(all[behind].getRawTime()));
     const std::size_t begin = std::min(first, nodes.indexOf(earliest));
     const auto comesEarly = [&stretch](const Node& node) {
-        return node.getRawTime() + stretch.laterBy <= stretch.latest;
+        return stretch.shift(node.getRawTime()) <= stretch.latest;
     };
     const auto later = all.subspan(behind);
     const auto early = static_cast<std::size_t>(
@@ -46,10 +45,10 @@ void rewrite(Aud::DynamicLevelControl::Store& nodes, const LevelStretch& stretch
     window.reserve(first - begin + early + room);
     window.insert_noAdjust(all.subspan(begin, first - begin));
     for (const Node& node : later.first(early))
-        window.insert_noAdjust({node.getRawTime() + stretch.laterBy, node.getLevel(),
+        window.insert_noAdjust({stretch.shift(node.getRawTime()), node.getLevel(),
                                 node.getNodeType(), node.isInAudioBlack()});
     write(window);
-    nodes.splice(begin, behind + early, window.nodes(), stretch.laterBy);
+    nodes.splice(begin, behind + early, window.nodes(), stretch.shift);
 }
 
 } // namespace cel::detail

@@ -8,8 +8,6 @@ namespace Aud::DynamicLevelControl {
 
 namespace {
 
-constexpr double kTolerance = 1e-6; ///< seconds
-
 static_assert(std::is_trivially_copyable_v<Store::Node>, "nodes are moved as bytes");
 
 } // namespace
@@ -43,6 +41,16 @@ std::size_t Store::indexBehind(double t) const
     return static_cast<std::size_t>(found - nodes_.begin());
 }
 
+std::size_t Store::nearest(double t) const
+{
+    const std::size_t behind = indexBehind(t);
+    const double before = behind > 0 ? t - nodes_[behind - 1].time_ : kTolerance;
+    const double after = behind < size() ? nodes_[behind].time_ - t : kTolerance;
+    if (after < kTolerance && !(before < after))
+        return indexBehind(nodes_[behind].time_) - 1;
+    return before < kTolerance ? behind - 1 : size();
+}
+
 float Store::getLevelAtTime(double t) const
 {
     if (nodes_.empty())
@@ -70,8 +78,8 @@ bool Store::isInAudioBlackAtTime(double t) const
 
 Store::iterator Store::insert(const Node& node)
 {
-    const std::size_t index = indexOf(node.time_ - kTolerance);
-    if (index == size() || !(nodes_[index].time_ < node.time_ + kTolerance))
+    const std::size_t index = nearest(node.time_);
+    if (index == size())
         return insert_noAdjust(node);
     Node& here = nodes_[index];
     here.level_ = node.level_;
@@ -135,14 +143,19 @@ void Store::setBlack(double from, double to, bool black)
         nodes_[i].inAudioBlack_ = black;
 }
 
-void Store::splice(std::size_t first, std::size_t last, std::span<const Node> nodes, double laterBy)
+void Store::reserve(std::size_t count)
+{
+    if (count > nodes_.capacity())
+        nodes_.reserve(std::max(count, 2 * nodes_.capacity()));
+}
+
+void Store::splice(std::size_t first, std::size_t last, std::span<const Node> nodes, Shift shift)
 {
     first = std::min(first, size());
     last = std::clamp(last, first, size());
     const std::size_t behind = first + nodes.size(); // where the later nodes will begin
     const std::size_t later = size() - last;
-    if (behind + later > nodes_.capacity())
-        nodes_.reserve(std::max(behind + later, 2 * nodes_.capacity()));
+    reserve(behind + later);
 
     const auto place = [this](std::size_t index) {
         return nodes_.begin() + static_cast<std::ptrdiff_t>(index);
@@ -155,9 +168,9 @@ void Store::splice(std::size_t first, std::size_t last, std::span<const Node> no
         nodes_.resize(behind + later);
     }
     std::copy(nodes.begin(), nodes.end(), place(first));
-    if (laterBy != 0.0)
+    if (!shift.isNone())
         std::for_each(place(behind), nodes_.end(),
-                      [laterBy](Node& node) { node.time_ += laterBy; });
+                      [shift](Node& node) { node.time_ = shift(node.time_); });
 }
 
 } // namespace Aud::DynamicLevelControl

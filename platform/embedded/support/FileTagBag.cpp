@@ -63,21 +63,39 @@ public:
 
     bool save(std::string& error, const std::function<void(Taggable&)>& unsaved) override
     {
+        bool saved = false;
+        try {
+            saved = saveOpen(error);
+        } catch (...) {
+            tellOpen(unsaved);
+            throw;
+        }
+        if (!saved)
+            tellOpen(unsaved);
+        return saved;
+    }
+
+private:
+    bool saveOpen(std::string& error)
+    {
         ObjectPacker packer;
         for (const auto& [id, object] : open_)
             packer.add(id, *object);
         const std::vector<IdStamp> removed(removed_.begin(), removed_.end());
-        if (file_->change(packer.rows(), removed, error)) {
-            removed_.clear();
-            return true;
-        }
+        if (!file_->change(packer.rows(), removed, error))
+            return false;
+        removed_.clear();
+        return true;
+    }
+
+    void tellOpen(const std::function<void(Taggable&)>& unsaved)
+    {
         for (const auto& [id, object] : open_)
             if (unsaved)
                 unsaved(*object);
-        return false;
     }
 
-private:
+    /// Null also when only a part of the object could be read: saved again it would lose the rest.
     Kt::Ptr<Taggable> load(const IdStamp& id)
     {
         Kt::Ptr<Taggable> object;
@@ -89,14 +107,16 @@ private:
             } catch (const Kt::Exception::Base& exception) {
                 notes = exception.what();
             }
-            if (!notes.empty())
-                notes = "class " + std::string(row.className) + ": " + notes;
+            if (notes.empty())
+                return;
+            object = {};
+            notes = "class " + std::string(row.className) + ": " + notes;
         };
         file_->read(id, build, error);
         for (const std::string& text : {error, notes})
             if (!text.empty())
-                LogBoth("Object %s cannot be read whole: %s\n", id.asString().c_str(),
-                        text.c_str());
+                LogBoth("Object %s cannot be read whole and stays as it is: %s\n",
+                        id.asString().c_str(), text.c_str());
         return object;
     }
 

@@ -24,7 +24,8 @@ public:
     {
         const SqliteTransaction snapshot(data_, false);
         acceptSchema();
-        if (const auto state = readState())
+        bool ignored = false;
+        if (const auto state = readState(ignored))
             mark_ = state->mark;
     }
 
@@ -35,7 +36,8 @@ public:
         error.clear();
         try {
             const SqliteTransaction snapshot(data_, false);
-            const auto state = readState();
+            bool ignored = false;
+            const auto state = readState(ignored);
             if (state ? state->mark != mark_ : mark_.store.valid())
                 throw SqliteFault(SqliteFault::Kind::other, kChangedMeanwhile);
             SqliteStatement select(data_, (std::string(kSelectRow) + "WHERE id = ?").c_str());
@@ -59,16 +61,17 @@ public:
     {
         try {
             const SqliteTransaction snapshot(data_, false);
-            const auto state = readState();
-            if (state)
-                mark_ = state->mark;
-            else
-                report(findings, {}, "what the file says of itself is damaged");
+            bool sound = false;
+            const auto state = readState(sound);
+            mark_ = state ? state->mark : StoreMark();
+            sound = sound && state;
+            if (!sound)
+                report(findings, {}, kDamagedState);
             names = readNames(&findings);
             const std::int64_t objects = readObjects(reader, findings);
-            if (state && state->names != namesSeen_)
+            if (sound && state->names != namesSeen_)
                 reportCount(findings, state->names, namesSeen_, "names");
-            if (state && state->objects != objects)
+            if (sound && state->objects != objects)
                 reportCount(findings, state->objects, objects, "objects");
             return true;
         } catch (const SqliteFault& fault) {
@@ -92,7 +95,7 @@ public:
     bool change(std::span<const ObjectRow> put, std::span<const IdStamp> remove,
                 std::string& error) override
     {
-        return save(mark_, error, [&](TableWriter& writer, const StoreState&) {
+        return save(mark_, error, [&](TableWriter& writer, const StoreMark&) {
             SqliteStatement find(data_, "SELECT number FROM object WHERE id = ?");
             SqliteStatement erase(data_, "DELETE FROM object WHERE id = ?");
             for (const IdStamp& id : remove) {
@@ -115,8 +118,8 @@ public:
     bool replaceAll(std::span<const ObjectRow> rows, std::span<const ObjectName> names,
                     const StoreMark& seen, std::string& error) override
     {
-        return save(seen, error, [&](TableWriter& writer, const StoreState& state) {
-            replaceObjects(writer, rows, seen.store == state.mark.store);
+        return save(seen, error, [&](TableWriter& writer, const StoreMark& former) {
+            replaceObjects(writer, rows, seen.store == former.store);
             std::vector<ObjectName> wanted(names.begin(), names.end());
             std::sort(wanted.begin(), wanted.end());
             std::vector<ObjectName> present = readNames(nullptr);
@@ -133,6 +136,7 @@ private:
         "its checksum does not match: it is not what was written";
     static constexpr const char* kChangedMeanwhile =
         "another program has saved to it since it was read";
+    static constexpr const char* kDamagedState = "what the file says of itself is damaged";
 
     /// The schema is compared as a whole, so that no view, trigger or default of a stranger's file
     /// ever runs.
@@ -158,9 +162,11 @@ private:
             throw SqliteFault(Kind::other, "its tables are not those of a store");
     }
 
-    /// Nothing when the row is damaged.
-    std::optional<StoreState> readState()
+    /// Nothing when there is no row or it names no store. @param sound  whether it is what was
+    /// written; a damaged one still tells one state from another.
+    std::optional<StoreState> readState(bool& sound)
     {
+        sound = false;
         SqliteStatement select(data_, "SELECT id, generation, objects, names, checksum FROM store "
                                       "WHERE one = 1");
         if (!select.step())
@@ -169,7 +175,8 @@ private:
             {idFrom(select.bytes(0)), static_cast<std::uint64_t>(select.number(1))},
             select.number(2),
             select.number(3)};
-        if (state.checksum() != select.number(4) || !state.mark.store.valid())
+        sound = state.checksum() == select.number(4);
+        if (!state.mark.store.valid())
             return std::nullopt;
         return state;
     }
@@ -270,6 +277,26 @@ private:
         }
     }
 
+    /// The mark of the state that is about to be changed by whoever has seen that one.
+    /// @throws SqliteFault when something might be lost by it.
+    StoreMark acceptState(const StoreMark& seen)
+    {
+        bool sound = false;
+        const auto state = readState(sound);
+        const StoreMark here = state ? state->mark : StoreMark();
+        if (here == seen || !seen.store.valid())
+            return here;
+        if (!sound)
+            throw SqliteFault(SqliteFault::Kind::damaged,
+                              std::string(kDamagedState) +
+                                  ", so that nobody can tell what has been saved to it since");
+        if (here.store == seen.store)
+            throw SqliteFault(SqliteFault::Kind::other,
+                              (seen == mark_ ? "" : "it is a copy of another state, or ") +
+                                  std::string(kChangedMeanwhile));
+        return here;
+    }
+
     /// One transaction. @param seen  of the state that the caller wants to change.
     template <class Work>
     bool save(const StoreMark& seen, std::string& error, const Work& work)
@@ -278,15 +305,10 @@ private:
             StoreState state;
             {
                 SqliteTransaction transaction(data_, true);
-                const auto former = readState();
-                if (!former)
-                    throw SqliteFault(SqliteFault::Kind::damaged,
-                                      "what the file says of itself is damaged");
-                if (former->mark.store == seen.store && former->mark != seen)
-                    throw SqliteFault(SqliteFault::Kind::other, kChangedMeanwhile);
+                const StoreMark former = acceptState(seen);
                 TableWriter writer(data_);
-                work(writer, *former);
-                state = {{former->mark.store, former->mark.generation + 1},
+                work(writer, former);
+                state = {{former.store.valid() ? former.store : IdStamp(), freshGeneration()},
                          data_.number("SELECT count(*) FROM object"),
                          data_.number("SELECT count(*) FROM name")};
                 writer.write(state);

@@ -112,6 +112,8 @@ std::error_code giveName(const std::filesystem::path& file, const std::filesyste
         return unseen;
     if (status.kind != FileOperations::Kind::nothing)
         return std::make_error_code(std::errc::file_exists);
+    // Some systems replace what another program puts there between the look and this; nothing
+    // better is to be had on all file systems that know no second names.
     return systemFiles().rename(file, name);
 }
 
@@ -148,20 +150,24 @@ std::unique_ptr<ObjectFile> openObjectFile(const std::filesystem::path& path, st
 bool createObjectFile(const std::filesystem::path& path, std::span<const ObjectRow> rows,
                       std::span<const ObjectName> names, StoreMark& mark, std::string& error)
 {
-    const StoreMark made{IdStamp(), 1};
+    const StoreMark made{IdStamp(), detail::freshGeneration()};
     const Aside aside(path);
-    std::error_code cause;
     try {
         fill(aside.path(), rows, names, made);
-        cause = giveName(aside.path(), path);
     } catch (const SqliteFault& fault) {
         error = quoted(path) + " was not saved: " + fault.what();
         return false;
     }
-    if (!cause)
-        cause = syncFolderOf(path);
-    if (cause) {
-        error = quoted(path) + " was not saved: " + cause.message();
+    if (const auto cause = giveName(aside.path(), path)) {
+        error = quoted(path) + " was not saved: " +
+                (cause == std::errc::file_exists
+                     ? "there is something of that name by now, which is untouched"
+                     : cause.message());
+        return false;
+    }
+    if (const auto cause = syncFolderOf(path)) {
+        error = quoted(path) + " is written but may not survive a power failure: synchronising " +
+                "its folder: " + cause.message();
         return false;
     }
     mark = made;

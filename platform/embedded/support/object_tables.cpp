@@ -1,5 +1,6 @@
 #include "platform/embedded/support/object_tables.h"
 
+#include "platform/embedded/support/entropy.h"
 #include "platform/support/layers.h"
 
 namespace cel::detail {
@@ -79,6 +80,11 @@ std::int64_t checksumOf(const ObjectName& name)
         .add(std::int64_t(name.position))
         .add(name.object)
         .value();
+}
+
+std::uint64_t freshGeneration()
+{
+    return randomBits() >> 1; // the table's integers have a sign
 }
 
 std::int64_t StoreState::checksum() const

@@ -46,6 +46,9 @@ IdStamp idFrom(Bytes bytes);
 std::int64_t checksumOf(const ObjectRow& row);
 std::int64_t checksumOf(const ObjectName& name);
 
+/// Of a new state of a store.
+std::uint64_t freshGeneration();
+
 /// The one row of the table `store`.
 struct StoreState
 {
