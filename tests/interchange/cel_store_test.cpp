@@ -3,6 +3,7 @@
 #include "cel/audit.h"
 #include "interchange/audio_tracks.h"
 #include "interchange/cut_levels.h"
+#include "platform/support/FileTagBag.h"
 #include "platform/support/layers.h"
 #include "platform/support/object_file.h"
 #include "tests/interchange/cut_text.h"
@@ -145,6 +146,7 @@ TEST(StoredCut, BringsSwitchesAndEnvelopesOfAudioTracks)
     AudLevelsCel::extractFromStore(levels, loaded.objects);
     EXPECT_EQ(save(loaded, folder / "cut"), "");
     EXPECT_FALSE(levelsOf(load(folder / "cut").cut, *sound).valid());
+    EXPECT_FALSE(audioTrack(loaded, loaded.track("A1")).getLevelsChanID().valid());
 }
 
 TEST(StoredCut, KeepsTheOrderOfTracksWhateverTheirIdentities)
@@ -175,30 +177,79 @@ TEST(StoredCut, NamesWhatIsDamagedAndReadsTheRest)
         const LoadedCut loaded = load(folder / "cut");
         EXPECT_EQ(tracksOf(loaded.cut), c[1]);
         EXPECT_EQ(text(loaded.findings), c[2]);
+        EXPECT_EQ(save(loaded.cut, folder / "cut"), "");
+        EXPECT_EQ(text(load(folder / "cut").findings), c[3]);
     }
 }
 
-TEST(StoredCut, KeepsLayersThatTheirClassRefuses)
+TEST(StoredCut, KeepsLayersThatTheirClassRefusesOrReadsInPart)
+{
+    const IdStamp id(1, 1, 1);
+    for (const TableRow& c : table("stores", "layers")) {
+        const TemporaryFolder folder;
+        Cut cut = cutOf({"A0-4"});
+        const auto revision = static_cast<unsigned char>(c.integer(1));
+        StreamFile file;
+        PStream stream(file);
+        writeLayer(stream, c[0], [revision](PStream& body) {
+            body.file().setDouble(1.0);
+            return revision;
+        });
+        const std::vector<std::byte> bytes(file.bytes().begin(), file.bytes().end());
+        cut.objects.put({id, nullptr, c[0], revision, bytes});
+        EXPECT_EQ(save(cut, folder / "cut"), "");
+        const LogCapture log;
+        for (int i = 0; i < 2; ++i) {
+            const LoadedCut loaded = load(folder / "cut");
+            EXPECT_THAT(text(loaded.findings), testing::StartsWith("object 1-1-1 (class " + c[2]));
+            EXPECT_EQ(loaded.cut.objects.find(id)->layers, bytes);
+            EXPECT_EQ(save(loaded.cut, folder / "cut"), "");
+            std::string error;
+            const auto bag = openTagBag(folder / "cut", error);
+            EXPECT_FALSE(bag->openObject(id).valid());
+            EXPECT_TRUE(bag->save(error)) << error;
+        }
+    }
+}
+
+TEST(StoredCut, KeepsThePlacesOfTracksThatAreNotKnown)
+{
+    const TemporaryFolder folder;
+    Cut cut = cutOf({"A0-4", "B0-4"});
+    cut.objects.put(unknown(IdStamp(2, 2, 2), "track"));
+    cut.objects.name({IdStamp(0, 0, 0), "track", 1}, IdStamp(2, 2, 2));
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(save(cut, folder / "cut"), "");
+        LoadedCut loaded = load(folder / "cut");
+        EXPECT_EQ(tracksOf(loaded.cut), "A0-4, B0-4");
+        EXPECT_EQ(text(loaded.findings), "object 2-2-2 (class Future): track 2 is none that is "
+                                         "known here; it stays as it is\n");
+        EXPECT_EQ(loaded.cut.objects.names(), cut.objects.names());
+        cut = std::move(loaded.cut);
+    }
+}
+
+TEST(StoredCut, HasNoObjectUnderTheIdentitiesOfItsOwn)
 {
     const TemporaryFolder folder;
     Cut cut = cutOf({"A0-4"});
-    StreamFile file;
-    PStream stream(file);
-    writeLayer(stream, "C", [](PStream& body) {
-        body.file().setDouble(1.0);
-        return static_cast<unsigned char>(5);
-    });
-    const auto bytes = file.bytes();
-    cut.objects.put({IdStamp(1, 1, 1), nullptr, "C", 5, {bytes.begin(), bytes.end()}});
-    EXPECT_EQ(save(cut, folder / "cut"), "");
-    const LogCapture log;
-    for (int i = 0; i < 2; ++i) {
-        const LoadedCut loaded = load(folder / "cut");
-        EXPECT_THAT(text(loaded.findings),
-                    testing::StartsWith("object 1-1-1 (class C): it cannot be read: Unrecognised"));
-        EXPECT_EQ(loaded.cut.objects.find(IdStamp(1, 1, 1))->layers.size(), bytes.size());
-        EXPECT_EQ(save(loaded.cut, folder / "cut"), "");
-    }
+    for (const unsigned last : {0U, 1U, 2U})
+        cut.objects.put(unknown(IdStamp(0, 0, last), "x"));
+    EXPECT_TRUE(cut.objects.all().empty());
+
+    cut.objects.put(unknown(IdStamp(7, 7, 7), "x"));
+    std::vector<std::byte> stream = writeCut(cut);
+    const auto bytes = [](const IdStamp& id) { return std::as_bytes(std::span(&id, 1)); };
+    const IdStamp from(7, 7, 7);
+    const IdStamp to(0, 0, 1);
+    std::copy_n(bytes(to).begin(), sizeof to,
+                std::search(stream.begin(), stream.end(), bytes(from).begin(), bytes(from).end()));
+    std::string error;
+    const auto read = readCut(stream, error);
+    ASSERT_TRUE(read) << error;
+    EXPECT_THAT(text(read->findings), HasSubstr("its identity belongs to the cut"));
+    EXPECT_EQ(read->cut.objects.all().size(), 1U);
+    EXPECT_EQ(save(read->cut, folder / "cut"), "");
 }
 
 TEST(StoredCut, ThatIsNoneNamesTheReason)

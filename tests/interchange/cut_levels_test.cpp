@@ -1,5 +1,6 @@
 #include "interchange/cut_levels.h"
 
+#include "interchange/audio_tracks.h"
 #include "interchange/cel_stream.h"
 #include "tests/support/level_notation.h"
 #include "tests/support/temporary_folder.h"
@@ -57,6 +58,12 @@ TEST(CutLevels, OfATrackWithoutIdentityGiveItOne)
     cut.tracks.push_back(track("A0-4", 0.04));
     cut.tracks.push_back(track("A0-4", 0.04));
     ASSERT_FALSE(cut.tracks[0]->editChannelId().valid());
+    // What a file calls the levels of nothing are nobody's.
+    cut.objects.put(IdStamp(1, 1, 1), cut.tracks[1]);
+    cut.objects.name({IdStamp(0, 0, 0), "levels", 0}, IdStamp(1, 1, 1));
+    EXPECT_FALSE(audioTrack(cut, cut.tracks[1]).getLevelsChanID().valid());
+    setLevels(cut, *cut.tracks[1], AudLevelsCel::createInvalid());
+    EXPECT_TRUE(cut.objects.find(IdStamp(1, 1, 1)));
     setLevels(cut, *cut.tracks[0], flatLevels(*cut.tracks[0]));
     EXPECT_TRUE(levelsOf(cut, *cut.tracks[0]).valid());
     EXPECT_FALSE(levelsOf(cut, *cut.tracks[1]).valid());

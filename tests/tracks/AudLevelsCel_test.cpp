@@ -122,6 +122,33 @@ TEST(AudLevelsCel, IsEditedAsTheTableSays)
     }
 }
 
+/// To the last bit, which the tables do not show.
+TEST(AudLevelsCel, ReplacesAsARemovalAndAnInsertionWould)
+{
+    AudLevelsCel whole = envelope("0=1 0.7=0.5 0.9=1");
+    AudLevelsCel steps = whole.clone();
+    whole.replace(AudLevelsCel::createInvalid(), {0.0, 0.3}, 0.1, {}, Editable::kReplacePlain);
+    steps.remove({0.1, 0.1 + 0.3});
+    steps.insert(AudLevelsCel::createInvalid(), {0.0, 0.3}, 0.1, {});
+    ASSERT_EQ(text(whole), text(steps));
+    for (std::size_t i = 0; i < steps.getNodeStore().size(); ++i)
+        EXPECT_EQ(whole.snapshot().nodes()[i].getRawTime(),
+                  steps.snapshot().nodes()[i].getRawTime());
+    EXPECT_NE(whole.snapshot().nodes().back().getRawTime(), 0.9);
+}
+
+TEST(AudLevelsCel, StaysInOrderWithANegativeQuantum)
+{
+    AudLevelsCel levels = envelope("0=1 2.005=0.5 4.005=0.25 6=1");
+    levels.setResolution(-kFrame);
+    levels.remove({1.0, 2.0});
+    EXPECT_EQ(text(levels), "0=1 [1=0.501247 1.005=0.5 1.01=0.74813] 3.005=0.25 5=1");
+    levels.insert(AudLevelsCel::createInvalid(), {0.0, 1.0}, 3.0, {});
+    EXPECT_EQ(text(levels),
+              "0=1 [1=0.501247 1.005=0.5 1.01=0.74813] [3=1* 3.01=0.25188] [4=0.251248 "
+              "4.005=0.25 4.01=1]* 6=1");
+}
+
 TEST(AudLevelsCel, GivesEverySectionItsGuards)
 {
     for (const TableRow& c : table("levels", "clips")) {

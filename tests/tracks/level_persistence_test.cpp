@@ -20,7 +20,7 @@ TEST(LevelPersistence, ReadsEveryRevisionAndWritesTheLatest)
         const int revision = c.integer(1);
         const DecodedLevels read = decodeLevels(hexFile(c[0]), revision);
         EXPECT_EQ(describe(read.levels->nodes().nodes()), c[2]);
-        EXPECT_EQ(read.notes, "");
+        EXPECT_EQ(read.notes, c[3].empty() ? "" : c[3] + "\n");
         EXPECT_EQ(read.levels->nodesRevision(), revision);
         EXPECT_EQ(read.levels->revisionMajor(), 3);
         EXPECT_EQ(read.levels->revisionMinor(), 0);
@@ -74,7 +74,7 @@ TEST(LevelPersistence, PutsNodesInOrderAndDropsASecondOneAtTheSameTime)
     }
 }
 
-TEST(LevelPersistence, NotesWhatIsMissing)
+TEST(LevelPersistence, NotesWhatIsMissingOrTooMuch)
 {
     auto bytes = hexFile("levels_r3");
     bytes.resize(bytes.size() - 1);
@@ -82,6 +82,8 @@ TEST(LevelPersistence, NotesWhatIsMissing)
     EXPECT_EQ(describe(read.levels->nodes().nodes()), "[0=1 2.5=0.5 3.75=0.25]");
     EXPECT_EQ(read.notes, kShort);
     EXPECT_EQ(decodeLevels({}, 3).notes, kShort);
+    const std::vector<std::byte> tooMany(6);
+    EXPECT_EQ(decodeLevels(tooMany, 3).notes, "2 bytes behind the nodes mean nothing here\n");
 }
 
 TEST(LevelPersistence, NamesAndCopiesTheState)
