@@ -20,6 +20,9 @@ CEL_PLATFORM_API std::wstring toWide(std::string_view utf8);
 CEL_PLATFORM_API std::filesystem::path toPath(std::wstring_view text);
 CEL_PLATFORM_API std::wstring pathToWide(const std::filesystem::path& path);
 
+/// A path in UTF-8; where paths are bytes, any bytes will do.
+CEL_PLATFORM_API std::filesystem::path utf8ToPath(std::string_view text);
+
 /// The path as a message shows it.
 CEL_PLATFORM_API std::string pathToUtf8(const std::filesystem::path& path);
 

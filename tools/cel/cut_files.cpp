@@ -40,11 +40,19 @@ bool isStore(std::string_view head)
     return isObjectFile(std::as_bytes(std::span(head)));
 }
 
+std::FILE* openForReading(const std::string& path)
+{
+#if defined(_WIN32)
+    return _wfopen(toWide(path).c_str(), L"rb");
+#else
+    return std::fopen(path.c_str(), "rb");
+#endif
+}
+
 /// The bytes of a file, which may be a pipe: each is read once only. Of a store only the first.
 std::string readBytes(const std::string& path)
 {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),
-                                                               &std::fclose);
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(openForReading(path), &std::fclose);
     if (!file)
         failReading(path, std::string("cannot be opened: ") + std::strerror(errno));
     std::string bytes;
@@ -118,7 +126,7 @@ OpenedCut openStream(const std::string& path, std::string_view content)
 OpenedCut openStore(const std::string& path, StoreCheck check)
 {
     std::string error;
-    std::optional<LoadedCut> loaded = loadStoredCut(path, error, check);
+    std::optional<LoadedCut> loaded = loadStoredCut(utf8ToPath(path), error, check);
     if (!loaded)
         throw Failure(kUnreadable, error);
     return {FileKind::store,
@@ -198,7 +206,7 @@ bool belongsInStore(const std::string& path)
     if (kindOfName(path) == FileKind::store)
         return true;
     std::string head(kHeadBytes, '\0');
-    std::ifstream file(path, std::ios::binary);
+    std::ifstream file(utf8ToPath(path), std::ios::binary);
     file.read(head.data(), static_cast<std::streamsize>(head.size()));
     return isStore(std::string_view(head).substr(0, static_cast<std::size_t>(file.gcount())));
 }
@@ -366,12 +374,12 @@ void saveWritten(WrittenCut& written, const std::string& path, SaveGuard guard)
     std::string error;
     if (written.kind == FileKind::store ||
         (written.kind == FileKind::stream && belongsInStore(path))) {
-        if (!saveStoredCut(*written.cut, path, guard, error))
+        if (!saveStoredCut(*written.cut, utf8ToPath(path), guard, error))
             throw Failure(kUnwritable, error);
     } else if (written.kind == FileKind::stream) {
-        if (!saveCut(*written.cut, path, guard, error))
+        if (!saveCut(*written.cut, utf8ToPath(path), guard, error))
             throw Failure(kUnwritable, error);
-    } else if (!written.text.save(pathToWide(path), TextFile::kLineFeed)) {
+    } else if (!written.text.save(pathToWide(utf8ToPath(path)), TextFile::kLineFeed)) {
         throw Failure(kUnwritable, path + ": " + written.text.error());
     }
 }
@@ -389,7 +397,7 @@ LossLedger saveCutBack(const OpenedCut& opened, const Cut& cut, const std::strin
 bool samePath(const std::string& a, const std::string& b)
 {
     std::error_code fault;
-    return a == b || std::filesystem::equivalent(a, b, fault);
+    return a == b || std::filesystem::equivalent(utf8ToPath(a), utf8ToPath(b), fault);
 }
 
 std::vector<std::size_t> chosenTracks(const Cut& cut, const std::vector<std::string>& names)

@@ -8,8 +8,8 @@
 #include <iostream>
 
 #if defined(_WIN32)
-#include <fcntl.h>
-#include <io.h>
+#include "platform/support/utf8.h"
+
 #include <process.h>
 #include <stdlib.h>
 #else
@@ -27,17 +27,19 @@ namespace {
 int runAlone(const std::string& file, const std::vector<std::string>& command,
              const std::function<int(const std::string&)>&)
 {
-    char* program = nullptr;
-    if (_get_pgmptr(&program) != 0)
+    wchar_t* program = nullptr;
+    if (_get_wpgmptr(&program) != 0)
         return kInternalFault;
     // The arguments are joined to one line; a file's name cannot hold a quotation mark.
-    const std::string quoted = '"' + file + '"';
-    std::vector<const char*> arguments = {"cel"};
+    std::vector<std::wstring> words = {L"cel"};
     for (const std::string& word : command)
+        words.push_back(toWide(word));
+    words.push_back(L'"' + toWide(file) + L'"');
+    std::vector<const wchar_t*> arguments;
+    for (const std::wstring& word : words)
         arguments.push_back(word.c_str());
-    arguments.push_back(quoted.c_str());
     arguments.push_back(nullptr);
-    const auto code = _spawnv(_P_WAIT, program, arguments.data());
+    const auto code = _wspawnv(_P_WAIT, program, arguments.data());
     return code < 0 ? kInternalFault : static_cast<int>(code);
 }
 
@@ -81,14 +83,6 @@ int runEachAlone(const std::vector<std::string>& files, const std::vector<std::s
         worst = std::max(worst, code);
     }
     return worst;
-}
-
-void useBinaryStandardStreams()
-{
-#if defined(_WIN32)
-    _setmode(_fileno(stdin), _O_BINARY);
-    _setmode(_fileno(stdout), _O_BINARY);
-#endif
 }
 
 } // namespace cel::tool

@@ -14,7 +14,4 @@ namespace cel::tool {
 int runEachAlone(const std::vector<std::string>& files, const std::vector<std::string>& command,
                  const std::function<int(const std::string&)>& job);
 
-/// Standard input and output carry the bytes as they are, without the system's line ends.
-void useBinaryStandardStreams();
-
 } // namespace cel::tool

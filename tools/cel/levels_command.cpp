@@ -1,4 +1,5 @@
 #include "platform/support/safe_save.h"
+#include "platform/support/utf8.h"
 #include "tools/cel/command_line.h"
 #include "tools/cel/commands.h"
 #include "tools/cel/cut_files.h"
@@ -94,7 +95,7 @@ void saveSvg(const LevelsRequest& request, const ShownLevels& shown)
     const std::string title = nameOfTrack(shown.cut, shown.track) +
                               (shown.cut.title.empty() ? "" : ", " + printable(shown.cut.title));
     const std::string picture = envelopeAsSvg(shown.cut, title, shown.nodes, shown.stretch);
-    const SaveResult saved = saveFile(request.svg, std::as_bytes(std::span(picture)));
+    const SaveResult saved = saveFile(utf8ToPath(request.svg), std::as_bytes(std::span(picture)));
     if (!saved)
         throw Failure(kUnwritable, saved.error);
 }

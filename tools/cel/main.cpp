@@ -7,9 +7,19 @@
 #include <cstdio>
 #include <exception>
 #include <string>
+#include <vector>
 
 #ifdef _WIN32
+#include "platform/support/utf8.h"
+
+#include <fcntl.h>
+#include <io.h>
+#if !defined(NOMINMAX)
+#define NOMINMAX
+#endif
 #include <windows.h>
+
+#include <shellapi.h>
 #endif
 
 namespace cel::tool {
@@ -35,13 +45,14 @@ int complain(ExitCode code, const char* text)
     return code;
 }
 
-int run(int argc, char** argv)
+int run(int argc, const char* const* argv)
 {
     CLI::App program("Reads, shows, edits, checks and writes the tracks of a cut.", "cel");
     int exitCode = kFine;
     program.set_version_flag("--version", std::string("cel ") + celDllVersionStr());
     program.footer(kExitCodes);
     program.require_subcommand(0, 1);
+    program.allow_windows_style_options(false); // a command line means the same on every system
     addImportCommand(program, exitCode);
     addShowCommand(program, exitCode);
     addCheckCommand(program, exitCode);
@@ -63,17 +74,52 @@ int run(int argc, char** argv)
     return exitCode;
 }
 
+#ifdef _WIN32
+
+/// The arguments in UTF-8: those of `main` hold only what the system's code page can express.
+std::vector<std::string> argumentsInUtf8()
+{
+    int count = 0;
+    wchar_t** const wide = CommandLineToArgvW(GetCommandLineW(), &count);
+    std::vector<std::string> arguments;
+    for (int i = 0; wide && i < count; ++i)
+        arguments.push_back(toUtf8(wide[i]));
+    LocalFree(wide);
+    return arguments;
+}
+
+/// What goes in and comes out is the same bytes as on every other system.
+void prepareStandardStreams()
+{
+    SetConsoleOutputCP(CP_UTF8);
+    for (std::FILE* const stream : {stdin, stdout, stderr})
+        _setmode(_fileno(stream), _O_BINARY);
+}
+
+int runAsOnOtherSystems()
+{
+    prepareStandardStreams();
+    const std::vector<std::string> arguments = argumentsInUtf8();
+    std::vector<const char*> pointers;
+    for (const std::string& argument : arguments)
+        pointers.push_back(argument.c_str());
+    return run(static_cast<int>(pointers.size()), pointers.data());
+}
+
+#endif
+
 } // namespace
 } // namespace cel::tool
 
-int main(int argc, char** argv)
+int main([[maybe_unused]] int argc, [[maybe_unused]] char** argv)
 {
     using namespace cel::tool;
-#ifdef _WIN32
-    SetConsoleOutputCP(CP_UTF8);
-#endif
     try {
+#ifdef _WIN32
+        const int exitCode = runAsOnOtherSystems();
+#else
         const int exitCode = run(argc, argv);
+#endif
         if (std::fflush(stdout) != 0)
             return complain(kUnwritable, "cannot write to the standard output");
         return exitCode;

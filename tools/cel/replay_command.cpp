@@ -1,3 +1,4 @@
+#include "platform/support/utf8.h"
 #include "tools/cel/commands.h"
 #include "tools/cel/isolate.h"
 #include "tools/cel/replay_script.h"
@@ -22,7 +23,7 @@ using RunScript = decltype(&replay::runScript);
 
 int replayFile(RunScript run, const std::string& path)
 {
-    std::ifstream script(path, std::ios::binary);
+    std::ifstream script(utf8ToPath(path), std::ios::binary);
     if (!script) {
         std::cerr << path << ": cannot be opened\n";
         return kUnreadable;
@@ -33,7 +34,6 @@ int replayFile(RunScript run, const std::string& path)
 int replayAll(const std::vector<std::string>& files, bool levels)
 {
     const RunScript run = levels ? replay::runLevelScript : replay::runScript;
-    useBinaryStandardStreams();
     if (files.empty())
         return run(std::cin, "standard input", std::cout, std::cerr);
     if (files.size() == 1)

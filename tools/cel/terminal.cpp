@@ -9,6 +9,9 @@
 
 #ifdef _WIN32
 #include <io.h>
+#if !defined(NOMINMAX)
+#define NOMINMAX
+#endif
 #include <windows.h>
 #else
 #include <sys/ioctl.h>
@@ -28,6 +31,15 @@ bool isTerminal(std::FILE* file)
     return _isatty(_fileno(file)) != 0;
 }
 
+/// Whether the console takes colour as codes in the text; it has to be asked to.
+bool understandsColour()
+{
+    constexpr DWORD kCodes = 0x0004; // ENABLE_VIRTUAL_TERMINAL_PROCESSING, which old headers lack
+    const HANDLE output = GetStdHandle(STD_OUTPUT_HANDLE);
+    DWORD mode = 0;
+    return GetConsoleMode(output, &mode) && SetConsoleMode(output, mode | kCodes);
+}
+
 std::size_t widthOfOutput()
 {
     CONSOLE_SCREEN_BUFFER_INFO info;
@@ -41,6 +53,11 @@ std::size_t widthOfOutput()
 bool isTerminal(std::FILE* file)
 {
     return isatty(fileno(file)) != 0;
+}
+
+bool understandsColour()
+{
+    return true;
 }
 
 std::size_t widthOfOutput()
@@ -85,7 +102,7 @@ Terminal terminalOfOutput()
     Terminal terminal;
     if (!isTerminal(stdout))
         return terminal;
-    terminal.colour = wantsColour();
+    terminal.colour = wantsColour() && understandsColour();
     if (const std::size_t width = widthOfOutput())
         terminal.width = width < kNarrowest ? kNarrowest : width;
     return terminal;

@@ -11,11 +11,9 @@
 #include <string_view>
 #include <utility>
 
+#include <locale.h>
 #if defined(_MSC_VER)
 #include <intrin.h>
-#endif
-#if !defined(_WIN32)
-#include <locale.h>
 #endif
 #if defined(__APPLE__)
 #include <xlocale.h>
@@ -96,8 +94,28 @@ class PlainNumbers
 {
 public:
 #if defined(_WIN32)
-    // No thread of a Windows process has a locale of its own unless it asked for one.
-    PlainNumbers() = default;
+    PlainNumbers()
+        : former_(_configthreadlocale(_ENABLE_PER_THREAD_LOCALE))
+    {
+        if (former_ == kShared || former_ == kOwn) {
+            name_ = setlocale(LC_ALL, nullptr);
+            setlocale(LC_ALL, "C");
+        }
+    }
+    ~PlainNumbers()
+    {
+        if (former_ == kShared || former_ == kOwn) {
+            setlocale(LC_ALL, name_.c_str());
+            _configthreadlocale(former_);
+        }
+    }
+
+private:
+    static constexpr int kShared = _DISABLE_PER_THREAD_LOCALE;
+    static constexpr int kOwn = _ENABLE_PER_THREAD_LOCALE;
+
+    int former_; ///< neither where the runtime knows no locales of threads
+    std::string name_;
 #else
     PlainNumbers()
         : former_(plain() ? uselocale(plain()) : locale_t())

@@ -44,7 +44,8 @@ void check(sqlite3* connection, int result)
 /// The name as a URI, for only a URI can say that nobody writes to the file.
 std::string asUri(const std::string& name)
 {
-    std::string uri = name.starts_with('/') ? "file:" : "file:/";
+    const bool rooted = name.starts_with('/') || name.starts_with('\\'); // a drive's letter is not
+    std::string uri = rooted ? "file:" : "file:/";
     for (const char c : name) {
         const bool special = c == '%' || c == '?' || c == '#';
         constexpr const char* kDigits = "0123456789ABCDEF";

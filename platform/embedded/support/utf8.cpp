@@ -82,6 +82,15 @@ std::filesystem::path toPath(std::wstring_view text)
 #endif
 }
 
+std::filesystem::path utf8ToPath(std::string_view text)
+{
+#if defined(_WIN32)
+    return std::filesystem::path(toWide(text));
+#else
+    return std::filesystem::path(text);
+#endif
+}
+
 std::wstring pathToWide(const std::filesystem::path& path)
 {
 #if defined(_WIN32)
