@@ -38,7 +38,8 @@ endif()
 # cel_own_code(<target>): strict IEEE arithmetic and every warning, as errors when this is the top project.
 function(cel_own_code target)
     if(MSVC)
-        target_compile_options(${target} PRIVATE /W4 /permissive- /utf-8 /fp:precise /Zc:__cplusplus
+        # 4251, 4275: exported classes hold containers, and both sides are built with the same runtime.
+        target_compile_options(${target} PRIVATE /W4 /permissive- /utf-8 /fp:precise /Zc:__cplusplus /wd4251 /wd4275
                                                  $<$<BOOL:${CEL_WARNINGS_AS_ERRORS}>:/WX>)
         return()
     endif()
@@ -53,16 +54,11 @@ function(cel_own_code target)
 endfunction()
 
 # cel_program(<target>): what every program needs. Windows has no common operator new: each module
-# brings the allocator itself, and finds its libraries beside it.
+# brings the allocator itself.
 function(cel_program target)
     cel_own_code(${target})
-    if(WIN32)
-        if(CEL_ALLOCATOR STREQUAL "mimalloc")
-            target_sources(${target} PRIVATE $<TARGET_OBJECTS:cel_alloc>)
-            target_link_libraries(${target} PRIVATE mimalloc)
-        endif()
-        add_custom_command(
-            TARGET ${target} POST_BUILD COMMAND_EXPAND_LISTS
-            COMMAND "${CMAKE_COMMAND}" -E copy -t $<TARGET_FILE_DIR:${target}> $<TARGET_RUNTIME_DLLS:${target}>)
+    if(WIN32 AND CEL_ALLOCATOR STREQUAL "mimalloc")
+        target_sources(${target} PRIVATE $<TARGET_OBJECTS:cel_alloc>)
+        target_link_libraries(${target} PRIVATE mimalloc)
     endif()
 endfunction()

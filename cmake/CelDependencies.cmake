@@ -8,6 +8,11 @@
 find_package(Threads REQUIRED)
 if(CEL_ALLOCATOR STREQUAL "mimalloc")
     find_package(mimalloc REQUIRED)
+    if(WIN32)
+        # Programs find it beside them.
+        get_target_property(mimalloc_dll mimalloc IMPORTED_LOCATION_RELEASE)
+        file(COPY "${mimalloc_dll}" DESTINATION "${CMAKE_RUNTIME_OUTPUT_DIRECTORY}")
+    endif()
 endif()
 
 add_library(cel_json INTERFACE)
