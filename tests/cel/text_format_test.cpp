@@ -1,5 +1,6 @@
 #include "cel/Cel.h"
 #include "platform/support/TextFile.h"
+#include "tests/support/german_locale.h"
 #include "tests/support/track_notation.h"
 
 #include <clocale>
@@ -28,7 +29,7 @@ class TextListsInGermany : public testing::Test
 protected:
     void SetUp() override
     {
-        if (!std::setlocale(LC_ALL, "de_DE.UTF-8"))
+        if (!std::setlocale(LC_ALL, kGermanLocale))
             GTEST_SKIP() << "the locale de_DE.UTF-8 is missing; scripts/setup makes it";
     }
     void TearDown() override { std::setlocale(LC_ALL, "C"); }

@@ -7,6 +7,7 @@
 #include "platform/support/config.h"
 #include "platform/support/prefs.h"
 #include "platform/support/utf8.h"
+#include "tests/support/german_locale.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/table.h"
 #include "tests/support/temporary_folder.h"
@@ -46,7 +47,7 @@ TEST(Log, ReachesTheSinkWithItsExactText)
 TEST(Log, WritesNumbersTheSameInEveryLocale)
 {
     const std::string former = std::setlocale(LC_ALL, nullptr);
-    if (!std::setlocale(LC_ALL, "de_DE.UTF-8"))
+    if (!std::setlocale(LC_ALL, kGermanLocale))
         GTEST_SKIP() << "the locale de_DE.UTF-8 is not installed";
     LogCapture log;
     Log("%.6f", 0.5);

@@ -2,6 +2,7 @@
 #include "platform/support/JSON.h"
 #include "platform/support/TextFile.h"
 #include "platform/support/utf8.h"
+#include "tests/support/german_locale.h"
 #include "tests/support/table.h"
 #include "tests/support/temporary_folder.h"
 
@@ -126,7 +127,7 @@ TEST(Json, WritesMembersInTheirOrderAndAsFewLinesAsFit)
 TEST(Json, IsTheSameInEveryLocale)
 {
     const std::string former = std::setlocale(LC_ALL, nullptr);
-    if (!std::setlocale(LC_ALL, "de_DE.UTF-8"))
+    if (!std::setlocale(LC_ALL, kGermanLocale))
         GTEST_SKIP() << "the locale de_DE.UTF-8 is not installed";
     JSON::Builder builder(2);
     builder.startArray();

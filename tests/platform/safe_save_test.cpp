@@ -10,6 +10,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#if defined(_WIN32)
+#include <thread>
+
+#if !defined(NOMINMAX)
+#define NOMINMAX
+#endif
+#include <windows.h>
+#endif
+
 namespace cel::test {
 namespace {
 
@@ -258,6 +267,41 @@ TEST(SafeSave, FollowsLinksAndReplacesWhatTheyPointTo)
         EXPECT_EQ(contentOf(folder / c.file), c.link);
     }
     EXPECT_THAT(saveFile(folder / "circle", bytesOf("new")).error, HasSubstr("following"));
+}
+
+#else
+
+std::size_t filesIn(const TemporaryFolder& folder)
+{
+    return static_cast<std::size_t>(
+        std::distance(std::filesystem::directory_iterator(folder.path()), {}));
+}
+
+TEST(SafeSave, WaitsForWhoeverHoldsTheFileAndThenLeavesItAlone)
+{
+    const TemporaryFolder folder;
+    const auto path = folder.path() / L"\u6620\u753B \u20AC.cel";
+    putContent(path, "old");
+    const auto hold = [&path] {
+        return CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0,
+                           nullptr);
+    };
+    HANDLE held = hold();
+    ASSERT_NE(held, INVALID_HANDLE_VALUE);
+    EXPECT_THAT(saveFile(path, bytesOf("new")).error, HasSubstr("; the former file is untouched"));
+    EXPECT_EQ(contentOf(path), "old");
+    EXPECT_EQ(filesIn(folder), 1U);
+    CloseHandle(held);
+
+    held = hold();
+    std::thread passing([&held] {
+        Sleep(100);
+        CloseHandle(held);
+    });
+    EXPECT_EQ(saveFile(path, bytesOf("new")).error, "");
+    passing.join();
+    EXPECT_EQ(contentOf(path), "new");
+    EXPECT_EQ(filesIn(folder), 1U);
 }
 
 #endif

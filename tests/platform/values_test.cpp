@@ -6,6 +6,7 @@
 #include "platform/foundation/compare.h"
 #include "platform/support/Cookie.h"
 #include "platform/support/IdStamp.h"
+#include "tests/support/german_locale.h"
 #include "tests/support/table.h"
 
 #include <algorithm>
@@ -79,7 +80,7 @@ TEST(LightweightString, SharesItsTextUntilOneOfThemChanges)
 TEST(LightweightString, WritesNumbersAsTheyReadBackInEveryLocale)
 {
     const std::string former = std::setlocale(LC_ALL, nullptr);
-    std::setlocale(LC_ALL, "de_DE.UTF-8");
+    std::setlocale(LC_ALL, kGermanLocale);
     for (const TableRow& c : table("platform", "numbers")) {
         LightweightString<char> text;
         EXPECT_EQ(text += c.number(0), c[1].c_str());

@@ -77,12 +77,19 @@ struct Answer
     std::string err;
 };
 
+/// Where the tool is: that of this build, or of another that is to answer in the same way.
+std::string toolFolder()
+{
+    const char* const other = std::getenv("CEL_TOOL_FOLDER");
+    return other ? other : CEL_TOOL_FOLDER;
+}
+
 /// A folder in which commands run, with the built tool first on the search path.
 class Shell
 {
 public:
     Shell()
-        : path_("PATH", std::string(CEL_TOOL_FOLDER ":") + std::getenv("PATH"))
+        : path_("PATH", toolFolder() + ":" + std::getenv("PATH"))
         , config_("CEL_CONFIG_DIR", folder_ / "config")
     {
     }
