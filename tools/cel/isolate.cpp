@@ -11,7 +11,10 @@
 #include "platform/support/utf8.h"
 
 #include <process.h>
-#include <stdlib.h>
+#if !defined(NOMINMAX)
+#define NOMINMAX
+#endif
+#include <windows.h>
 #else
 #include <cerrno>
 #include <sys/wait.h>
@@ -27,9 +30,12 @@ namespace {
 int runAlone(const std::string& file, const std::vector<std::string>& command,
              const std::function<int(const std::string&)>&)
 {
-    wchar_t* program = nullptr;
-    if (_get_wpgmptr(&program) != 0)
+    std::wstring program(32768, L'\0');
+    const auto length =
+        GetModuleFileNameW(nullptr, program.data(), static_cast<DWORD>(program.size()));
+    if (length == 0 || length == program.size())
         return kInternalFault;
+    program.resize(length);
     // The arguments are joined to one line; a file's name cannot hold a quotation mark.
     std::vector<std::wstring> words = {L"cel"};
     for (const std::string& word : command)
@@ -39,7 +45,7 @@ int runAlone(const std::string& file, const std::vector<std::string>& command,
     for (const std::wstring& word : words)
         arguments.push_back(word.c_str());
     arguments.push_back(nullptr);
-    const auto code = _wspawnv(_P_WAIT, program, arguments.data());
+    const auto code = _wspawnv(_P_WAIT, program.c_str(), arguments.data());
     return code < 0 ? kInternalFault : static_cast<int>(code);
 }
 
