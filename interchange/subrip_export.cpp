@@ -5,8 +5,6 @@
 #include "interchange/text_lines.h"
 #include "interchange/webvtt.h"
 
-#include <algorithm>
-
 namespace cel {
 
 namespace {
@@ -16,11 +14,6 @@ std::string placementMark(CuePlacement placement)
 {
     const int key = columnOf(placement) + 1 + 3 * (2 - rowOf(placement));
     return "{\\an" + std::to_string(key) + "}";
-}
-
-bool isNumber(std::string_view text)
-{
-    return std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
 /// Braces have no way to be written as what they are.
@@ -37,19 +30,15 @@ void noteMarks(std::string_view line, const SubtitleCue& cue, CountedLosses& los
 std::string safeText(const SubtitleCue& cue, CountedLosses& losses)
 {
     std::string text;
-    std::string_view rest = cue.text;
-    while (!rest.empty()) {
-        const std::size_t end = std::min(rest.find('\n'), rest.size());
-        const std::string_view line = rest.substr(0, end);
-        rest.remove_prefix(std::min(end + 1, rest.size()));
-        if (isBlankLine(line))
+    for (DecodedLines lines(cue.text); const auto line = lines.next();) {
+        if (isBlankLine(*line))
             continue;
-        if (parseCueTimes(line)) {
+        if (parseCueTimes(*line)) {
             losses.add(cue.line, "text", "a line that reads as times got a point in front of it");
             text += ". ";
         }
-        noteMarks(line, cue, losses);
-        text.append(line).append("\n");
+        noteMarks(*line, cue, losses);
+        text.append(*line).append("\n");
     }
     return text;
 }
@@ -66,7 +55,7 @@ SubtitleExport writeSubRip(const SubtitleCues& file)
         losses.add(block.line, "block", "left out: " + quoted(asOneLine(block.text, 200)));
     std::size_t counter = 0;
     for (const SubtitleCue& cue : file.cues) {
-        if (!isNumber(cue.identifier))
+        if (!hasOnlyDigits(cue.identifier))
             losses.add(cue.line, "identifier",
                        "a counter stands in place of " + quoted(cue.identifier));
         if (!saysNoMoreThan(cue.settings, cue.placement))
@@ -75,7 +64,10 @@ SubtitleExport writeSubRip(const SubtitleCues& file)
         result.text += std::to_string(++counter) + "\n";
         result.text += cueTime(cue.start, ',') + " --> " + cueTime(cue.end, ',') + "\n";
         const std::string text = safeText(cue, losses);
-        if (cue.placement != CuePlacement::bottom && !text.empty())
+        const bool isPlaced = cue.placement != CuePlacement::bottom;
+        if (isPlaced && text.empty())
+            losses.add(cue.line, "empty", "the place of a subtitle without a text is left out");
+        else if (isPlaced)
             result.text += placementMark(cue.placement);
         result.text += text + "\n";
     }

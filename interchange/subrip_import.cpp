@@ -14,8 +14,7 @@ namespace {
 bool isCounter(std::string_view line)
 {
     line = trimmed(line);
-    return !line.empty() &&
-           std::all_of(line.begin(), line.end(), [](char c) { return c >= '0' && c <= '9'; });
+    return !line.empty() && hasOnlyDigits(line);
 }
 
 /// Whether a line was meant to give times though none can be read from it: it begins with one, and

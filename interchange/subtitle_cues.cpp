@@ -2,6 +2,7 @@
 
 #include "interchange/text_lines.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 
@@ -46,6 +47,11 @@ void appendPadded(std::string& text, std::int64_t number, std::size_t digits)
 }
 
 } // namespace
+
+bool hasOnlyDigits(std::string_view text)
+{
+    return std::all_of(text.begin(), text.end(), isDigit);
+}
 
 std::optional<std::int64_t> takeCueTime(std::string_view& text)
 {

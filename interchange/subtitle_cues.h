@@ -92,6 +92,9 @@ struct SubtitleExport
 inline constexpr std::size_t kMostCues = 1'000'000;
 inline constexpr std::size_t kLongestCueText = std::size_t(64) << 10;
 
+/// Whether a text is a counter or nothing at all.
+bool hasOnlyDigits(std::string_view text);
+
 /// Takes a time "h:mm:ss,mmm" off the front of a text: any number of hours, or none ("mm:ss.mmm");
 /// a comma or a point before the fraction, which may be missing.
 /// @return milliseconds; nothing when no time stands there, its minutes or seconds exceed 59, or it

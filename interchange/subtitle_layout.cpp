@@ -61,9 +61,7 @@ private:
     void tellOfCue(const SubtitleCue& cue)
     {
         // A counter says nothing that the order does not say.
-        const bool isCounter = std::all_of(cue.identifier.begin(), cue.identifier.end(),
-                                           [](char c) { return c >= '0' && c <= '9'; });
-        if (!isCounter)
+        if (!hasOnlyDigits(cue.identifier))
             lose(cue.line, "identifier", "the name " + quoted(cue.identifier) + " is left out");
         if (!saysNoMoreThan(cue.settings, cue.placement))
             lose(cue.line, "setting",

@@ -4,6 +4,7 @@
 #include "interchange/subrip.h"
 #include "interchange/subtitle_layout.h"
 #include "interchange/subtitle_markup.h"
+#include "interchange/subtitle_text.h"
 #include "interchange/text_lines.h"
 #include "interchange/webvtt.h"
 #include "platform/support/utf8.h"
@@ -26,14 +27,9 @@ SubtitleTrack::RangedElement elementOf(const LaidCue& cue, const FrameRate& rate
     element.start = secondsOfFrames(cue.start, rate);
     element.end = secondsOfFrames(cue.end, rate);
     element.style = styleOfPlacement(cue.placement);
-    std::string_view rest = cue.text;
-    for (;;) {
-        const std::size_t end = std::min(rest.find('\n'), rest.size());
-        element.lines.emplace_back(toWide(rest.substr(0, end)));
-        if (end == rest.size())
-            return element;
-        rest.remove_prefix(end + 1);
-    }
+    for (DecodedLines lines(cue.text); const auto line = lines.next();)
+        element.lines.emplace_back(toWide(*line));
+    return element;
 }
 
 } // namespace

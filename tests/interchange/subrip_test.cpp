@@ -156,7 +156,8 @@ TEST(SubRip, TellsWhatItCannotHold)
     EXPECT_EQ(written.text, "1\n00:00:01,000 --> 00:00:02,000\n{\\an8}A {/b}{me}\n"
                             ". 00:00:01,000 --> 00:00:02,000\n\n"
                             "2\n00:00:00,000 --> 00:00:00,000\n\n");
-    EXPECT_EQ(kindsOf(written.losses), "0 header, 3 block, 6 identifier, 6 setting, 6 tag, 6 text");
+    EXPECT_EQ(kindsOf(written.losses),
+              "0 header, 3 block, 6 identifier, 6 setting, 6 tag, 6 text, 0 empty");
 }
 
 TEST(SubRip, StopsAtItsLimits)
