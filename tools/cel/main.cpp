@@ -91,7 +91,9 @@ std::vector<std::string> argumentsInUtf8()
 /// What goes in and comes out is the same bytes as on every other system.
 void prepareStandardStreams()
 {
-    SetConsoleOutputCP(CP_UTF8);
+    DWORD mode = 0;
+    if (GetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), &mode)) // asking for more opens a console
+        SetConsoleOutputCP(CP_UTF8);
     for (std::FILE* const stream : {stdin, stdout, stderr})
         _setmode(_fileno(stream), _O_BINARY);
 }
