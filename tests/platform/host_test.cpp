@@ -49,6 +49,10 @@ TEST(Log, WritesNumbersTheSameInEveryLocale)
     const std::string former = std::setlocale(LC_ALL, nullptr);
     if (!std::setlocale(LC_ALL, kGermanLocale))
         GTEST_SKIP() << "the locale de_DE.UTF-8 is not installed";
+#if defined(__MINGW32__)
+    std::setlocale(LC_ALL, former.c_str());
+    GTEST_SKIP() << "mingw's runtime knows no locale of a thread";
+#endif
     LogCapture log;
     Log("%.6f", 0.5);
     std::setlocale(LC_ALL, former.c_str());
