@@ -317,7 +317,7 @@ TEST(SubtitleLayer, GivesBackWhatItWasGiven)
 {
     SubtitleTrack track = subtitles("1-2 {s}a; 2-3 b; 3-4 c/\xF0\x9F\x98\x80; 4-5", 6.0);
     const IdStamp second = track.getCel()->find_ceh(2.0, in_point).getEffectGraph();
-    track.setElement(second, {{std::wstring(L"a\0b", 3), L"\xD800", L"\x10FFFF"}, "x"});
+    track.setElement(second, {{std::wstring(L"a\0b", 3), L"\xD800", L"\U0010FFFF"}, "x"});
     std::string notes;
     const SubtitleTrack read = stored(track, &notes);
     EXPECT_EQ(notes, "");
