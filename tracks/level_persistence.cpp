@@ -69,8 +69,8 @@ Node readRecord(const std::byte* from, unsigned char revision)
 }
 
 /// The order that comes about when nodes are put in one by one, each beside the one before it: of
-/// nodes at one time, one that follows an earlier time goes to the front, one that follows a later
-/// time, or none, to the back. Sorted at once, since a hostile stream may come backwards.
+/// nodes at one time, one that follows an earlier time goes to the front, any other to the back.
+/// Sorted at once, since a hostile stream may come backwards.
 std::vector<Node> inOrder(const std::vector<Node>& read)
 {
     struct Place
@@ -84,7 +84,7 @@ std::vector<Node> inOrder(const std::vector<Node>& read)
     for (std::size_t i = 0; i < read.size(); ++i) {
         const double time = read[i].getRawTime();
         const double before = i > 0 ? read[i - 1].getRawTime() : time;
-        const bool toBack = before > time || before != before;
+        const bool toBack = !(before <= time);
         const auto number = static_cast<std::ptrdiff_t>(i);
         places.push_back({time, toBack ? number : -number, i});
     }

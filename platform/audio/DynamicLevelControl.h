@@ -188,7 +188,8 @@ public:
     iterator insert_noAdjust(const Node& node) { return insert_noAdjust(end(), node); }
 
     /// The same; among nodes at the same time it goes as near to the front of `hint` as the order
-    /// allows: the begin puts it before them, the end behind them.
+    /// allows: the begin puts it before them, the end behind them. One whose time is not a number
+    /// goes behind all.
     iterator insert_noAdjust(iterator hint, const Node& node);
 
     /// Puts nodes in one after the other, each behind those at its time; nodes in order are moved

@@ -92,8 +92,11 @@ Store::iterator Store::insert(const Node& node)
 Store::iterator Store::insert_noAdjust(iterator hint, const Node& node)
 {
     std::size_t index = size();
-    // Nodes mostly come in order; then there is nothing to search for.
-    if (!nodes_.empty() && !(nodes_.back().time_ < node.time_))
+    // Nodes mostly come in order; then there is nothing to search for. Those without a time keep
+    // the order in which they come.
+    const bool isLast =
+        nodes_.empty() || nodes_.back().time_ < node.time_ || node.time_ != node.time_;
+    if (!isLast)
         index = std::clamp(hint.index(), indexOf(node.time_), indexBehind(node.time_));
     nodes_.insert(nodes_.begin() + static_cast<std::ptrdiff_t>(index), node);
     return at(index);
