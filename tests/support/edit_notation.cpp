@@ -42,9 +42,9 @@ struct Call
         Cel::IdMap map;
         std::istringstream pairs(index < line.arguments.size() ? line.text(index) : "");
         for (std::string pair; std::getline(pairs, pair, ',');) {
-            unsigned from = 0, to = 0;
-            char arrow = 0;
-            std::istringstream(pair) >> from >> arrow >> to;
+            // No stream reads the numbers: it would keep to itself that it ran out of memory.
+            const auto from = static_cast<unsigned>(std::stoul(pair));
+            const auto to = static_cast<unsigned>(std::stoul(pair.substr(pair.find('>') + 1)));
             map.emplace(IdStamp(from, 0, 0), IdStamp(to, 0, 0));
         }
         return map;
