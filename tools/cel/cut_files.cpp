@@ -52,6 +52,9 @@ std::FILE* openForReading(const std::string& path)
 /// The bytes of a file, which may be a pipe: each is read once only. Of a store only the first.
 std::string readBytes(const std::string& path)
 {
+    std::error_code ignored; // what cannot be asked cannot be opened either
+    if (std::filesystem::is_directory(utf8ToPath(path), ignored))
+        failReading(path, "cannot be read: it is a folder");
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(openForReading(path), &std::fclose);
     if (!file)
         failReading(path, std::string("cannot be opened: ") + std::strerror(errno));
@@ -185,7 +188,7 @@ OpenedCut openSubtitleCut(const std::string& path, FileKind kind, std::string_vi
 OpenedCut openTextList(const std::string& path)
 {
     std::string error;
-    if (!std::filesystem::is_regular_file(path))
+    if (!std::filesystem::is_regular_file(utf8ToPath(path)))
         failReading(path, "a text edit list cannot be read from a pipe");
     TextFile file(pathToWide(path), true);
     if (!file.loaded())
