@@ -7,6 +7,7 @@
 #include "interchange/subtitle_cues.h"
 #include "platform/support/TextFile.h"
 #include "platform/support/frame_duration.h"
+#include "tools/cel/file_kinds.h"
 
 #include <cstddef>
 #include <optional>
@@ -15,21 +16,6 @@
 
 /// The one place where the commands read and write cuts.
 namespace cel::tool {
-
-/// The kinds of files that hold a cut.
-enum class FileKind { stream, store, editList, textList, subRip, webVtt };
-
-/// "a track stream", "a store", "an edit list", "a text edit list", "a SubRip file", ...
-const char* describe(FileKind kind);
-
-/// The kind that a file name ends in: ".cel", ".celdb", ".edl", ".txt", ".srt" or ".vtt".
-std::optional<FileKind> kindOfName(const std::string& path);
-
-/// Whether files of that kind hold subtitles alone.
-bool holdsSubtitles(std::optional<FileKind> kind);
-
-/// Whether files of that kind hold all that a cut's tracks are: streams and stores do.
-bool holdsEverything(std::optional<FileKind> kind);
 
 /// What to say behind a name that is to be one of such a file and is not.
 inline constexpr const char* kWrongResult =

@@ -1,0 +1,116 @@
+#include "tools/cel/file_kinds.h"
+
+#include "interchange/subtitle_text.h"
+#include "platform/support/object_file.h"
+
+#include <algorithm>
+#include <span>
+
+namespace cel::tool {
+
+namespace {
+
+bool hasBlockOfTextList(std::string_view text)
+{
+    constexpr std::string_view kFirstLine = "CEL_REVISION";
+    const std::size_t at = text.find(kFirstLine);
+    return at != std::string_view::npos &&
+           (at == 0 || text[at - 1] == '\n' || text[at - 1] == '\r' ||
+            text[at - 1] == '\xBF'); // of a byte-order mark
+}
+
+/// The kind of a subtitle file, which says so in its first line or gives times in the first few.
+std::optional<FileKind> kindOfSubtitles(std::string_view head)
+{
+    const DecodedText decoded = decodeSubtitles(head);
+    if (decoded.text.starts_with("WEBVTT"))
+        return FileKind::webVtt;
+    DecodedLines lines(decoded.text);
+    constexpr int kEnough = 20;
+    for (int i = 0; i < kEnough; ++i) {
+        const auto line = lines.next();
+        if (line && parseCueTimes(*line))
+            return FileKind::subRip;
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+SubtitleForm formOf(FileKind kind)
+{
+    return kind == FileKind::webVtt ? SubtitleForm::webVtt : SubtitleForm::subRip;
+}
+
+bool isStore(std::string_view head)
+{
+    return isObjectFile(std::as_bytes(std::span(head)));
+}
+
+/// Subtitles are looked for first, since those in UTF-16 are full of zeros; otherwise a zero byte
+/// is in every stream and in no text, and a text edit list names itself.
+FileKind kindOfContent(std::string_view head, std::optional<FileKind> kindOfName)
+{
+    if (isStore(head) || kindOfName == FileKind::store)
+        return FileKind::store;
+    if (holdsSubtitles(kindOfName))
+        return *kindOfName;
+    if (const auto subtitles = kindOfSubtitles(head))
+        return *subtitles;
+    if (head.find('\0') != std::string_view::npos || kindOfName == FileKind::stream)
+        return FileKind::stream;
+    return hasBlockOfTextList(head) ? FileKind::textList : FileKind::editList;
+}
+
+const char* describe(FileKind kind)
+{
+    switch (kind) {
+    case FileKind::editList:
+        return "an edit list";
+    case FileKind::textList:
+        return "a text edit list";
+    case FileKind::store:
+        return "a store";
+    case FileKind::subRip:
+        return "a SubRip file";
+    case FileKind::webVtt:
+        return "a WebVTT file";
+    case FileKind::stream:
+        break;
+    }
+    return "a track stream";
+}
+
+bool holdsSubtitles(std::optional<FileKind> kind)
+{
+    return kind == FileKind::subRip || kind == FileKind::webVtt;
+}
+
+bool holdsEverything(std::optional<FileKind> kind)
+{
+    return kind == FileKind::stream || kind == FileKind::store;
+}
+
+std::optional<FileKind> kindOfName(const std::string& path)
+{
+    const auto endsIn = [&path](std::string_view ending) {
+        return path.size() > ending.size() &&
+               std::equal(ending.rbegin(), ending.rend(), path.rbegin(),
+                          [](char a, char b) { return a == (b >= 'A' && b <= 'Z' ? b + 32 : b); });
+    };
+    if (endsIn(".cel"))
+        return FileKind::stream;
+    if (endsIn(".celdb"))
+        return FileKind::store;
+    if (endsIn(".edl"))
+        return FileKind::editList;
+    if (endsIn(".txt"))
+        return FileKind::textList;
+    if (endsIn(".srt"))
+        return FileKind::subRip;
+    if (endsIn(".vtt"))
+        return FileKind::webVtt;
+    return std::nullopt;
+}
+
+} // namespace cel::tool
