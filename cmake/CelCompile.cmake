@@ -53,6 +53,32 @@ function(cel_own_code target)
     endif()
 endfunction()
 
+# cel_precompile_standard(<target>): reads the much used part of the standard library once for the target.
+# The sources name what they use all the same: g++ 12, which then warns of what lies inside the standard
+# library, compiles them without this.
+function(cel_precompile_standard target)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+        return()
+    endif()
+    target_precompile_headers(
+        ${target}
+        PRIVATE
+        <algorithm>
+        <array>
+        <charconv>
+        <cmath>
+        <cstdint>
+        <functional>
+        <map>
+        <memory>
+        <optional>
+        <span>
+        <string>
+        <string_view>
+        <utility>
+        <vector>)
+endfunction()
+
 # cel_program(<target>): what every program needs. Windows has no common operator new: each module
 # brings the allocator itself.
 function(cel_program target)

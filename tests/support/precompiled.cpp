@@ -1,0 +1,2 @@
+// The program whose precompiled headers all test programs use; it does nothing itself.
+int main() {}
