@@ -163,18 +163,13 @@ Json stepsAsJson(const std::vector<MendingStep>& steps)
     return list;
 }
 
-/// Saves what was mended; a file that is damaged itself stays as it is.
-/// @return what the form of the result cannot hold.
+/// Saves what was mended. @return what the form of the result cannot hold.
 LossLedger saveMended(const CheckOptions& options, const OpenedCut& opened, const MendedCut& mended,
                       const std::string& output)
 {
-    const bool inPlace = samePath(output, options.file);
-    if (inPlace && !holdsEverything(opened.kind))
+    if (samePath(output, options.file) && !holdsEverything(opened.kind))
         throw Failure(kUsage, options.file + " is " + describe(opened.kind) +
                                   "; name a result with -o NEW.cel");
-    if (inPlace && !opened.findings.empty())
-        throw Failure(kUnwritable, options.file + ": the file itself is damaged and stays as it "
-                                                  "is; -o NEW.cel saves what can be read of it");
     return saveCutBack(opened, mended.cut, options.file, output, SaveGuard::refuse);
 }
 

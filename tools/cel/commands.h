@@ -42,6 +42,7 @@ void addShowCommand(CLI::App& program, int& exitCode);
 void addCheckCommand(CLI::App& program, int& exitCode);
 void addEditCommand(CLI::App& program, int& exitCode);
 void addLevelsCommand(CLI::App& program, int& exitCode);
+void addAudioCommand(CLI::App& program, int& exitCode);
 void addDiffCommand(CLI::App& program, int& exitCode);
 void addSubtitlesCommand(CLI::App& program, int& exitCode);
 void addExportCommand(CLI::App& program, int& exitCode);

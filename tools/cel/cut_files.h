@@ -75,7 +75,8 @@ void saveWritten(WrittenCut& written, const std::string& path, SaveGuard guard);
 
 /// Saves a cut whole: over the file that it came from in the form of that file, else in the form
 /// that the name of the result ends in.
-/// @return what that form cannot hold. @throws Failure as `saveWritten`.
+/// @return what that form cannot hold.
+/// @throws Failure as `saveWritten`; `kUnwritable` rather than write over a file that is damaged.
 LossLedger saveCutBack(const OpenedCut& opened, const Cut& cut, const std::string& openedPath,
                        const std::string& path, SaveGuard guard);
 

@@ -116,6 +116,9 @@ void saveWritten(WrittenCut& written, const std::string& path, SaveGuard guard)
 LossLedger saveCutBack(const OpenedCut& opened, const Cut& cut, const std::string& openedPath,
                        const std::string& path, SaveGuard guard)
 {
+    if (!opened.findings.empty() && samePath(path, openedPath))
+        throw Failure(kUnwritable, path + ": the file is damaged and stays as it is; another name "
+                                          "saves what can be read of it");
     const FileKind kind =
         samePath(path, openedPath) ? opened.kind : kindOfName(path).value_or(FileKind::stream);
     WrittenCut written = writeAs(kind, cut);

@@ -26,12 +26,7 @@ namespace {
 /// @return what the form of the result could not hold.
 LossLedger save(const Edit& edit, const EditRequest& request)
 {
-    const std::string target = edit.target();
-    if (edit.isDamaged() && samePath(target, request.file))
-        throw Failure(kUnwritable, request.file +
-                                       ": the file is damaged and stays as it is; -o NEW "
-                                       "writes what can be read of it, edited");
-    return saveCutBack(edit.opened(), edit.result(), request.file, target,
+    return saveCutBack(edit.opened(), edit.result(), request.file, edit.target(),
                        request.force ? SaveGuard::force : SaveGuard::refuse);
 }
 

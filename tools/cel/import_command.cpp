@@ -133,9 +133,6 @@ int runImportInto(const ImportOptions& options)
     OpenedCut opened = openCut(options.into);
     if (!holdsEverything(options.output.empty() ? opened.kind : kindOfName(output)))
         throw Failure(kUsage, output + kWrongResult);
-    if (!opened.findings.empty() && samePath(output, options.into))
-        throw Failure(kUnwritable, options.into + ": the file is damaged and stays as it is; name "
-                                                  "a new file to write what can be read of it");
     OpenedSubtitles subtitles = openSubtitles(options.input);
     Cut& cut = opened.cut;
     const Zero zero = zeroOf(options, cut, subtitles.import.file);

@@ -201,9 +201,6 @@ private:
 
 void save(const LevelsEdit& edit, const LevelsRequest& request)
 {
-    if (!edit.opened().findings.empty() && samePath(edit.target(), request.file))
-        throw Failure(kUnwritable, request.file + ": the file is damaged and stays as it is; -o "
-                                                  "NEW writes what can be read of it, edited");
     saveCutBack(edit.opened(), edit.cut(), request.file, edit.target(),
                 request.force ? SaveGuard::force : SaveGuard::refuse);
 }

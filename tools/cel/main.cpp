@@ -58,6 +58,7 @@ int run(int argc, const char* const* argv)
     addCheckCommand(program, exitCode);
     addEditCommand(program, exitCode);
     addLevelsCommand(program, exitCode);
+    addAudioCommand(program, exitCode);
     addDiffCommand(program, exitCode);
     addSubtitlesCommand(program, exitCode);
     addExportCommand(program, exitCode);

@@ -87,9 +87,6 @@ void SubtitleWork::set(std::size_t index, const std::vector<std::string>& lines,
 std::string SubtitleWork::save()
 {
     const std::string& target = options_.output.empty() ? options_.file : options_.output;
-    if (!opened_.findings.empty() && samePath(target, options_.file))
-        throw Failure(kUnwritable, options_.file + ": the file is damaged and stays as it is; "
-                                                   "-o NEW writes what can be read of it");
     if (!holdsEverything(samePath(target, options_.file) ? opened_.kind : kindOfName(target)))
         throw Failure(kUsage, target + kWrongResult);
     cel_->make_dirty();
