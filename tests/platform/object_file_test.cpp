@@ -258,6 +258,18 @@ testing::AssertionResult isOldOrNew(const Found& found, bool mustBeNew)
     return testing::AssertionFailure() << "the content is mixed or lost";
 }
 
+/// Saves the new content, into a new file when there is no mark. @return what went wrong.
+std::string saveNew(const std::filesystem::path& path, const StoreMark& mark)
+{
+    if (mark.store.valid())
+        return replace(path, kNew, mark);
+    const Rows rows(kNew);
+    StoreMark made;
+    std::string error;
+    createObjectFile(path, rows.rows, rows.names, made, error);
+    return error;
+}
+
 /// Saves the new content on a disk whose `at`-th call fails, or all from it on.
 /// @return what went wrong, and how many calls there were.
 std::pair<std::string, int> saveStruck(const std::filesystem::path& path, const StoreMark& mark,
@@ -265,14 +277,7 @@ std::pair<std::string, int> saveStruck(const std::filesystem::path& path, const 
 {
     const FaultySqlite disk(
         [=](int call) { return (onwards ? call >= at : call == at) ? act : Act::passOn; });
-    std::string error;
-    if (mark.store.valid()) {
-        error = replace(path, kNew, mark);
-    } else {
-        const Rows rows(kNew);
-        StoreMark made;
-        createObjectFile(path, rows.rows, rows.names, made, error);
-    }
+    const std::string error = saveNew(path, mark);
     return {error, disk.calls()};
 }
 
@@ -370,27 +375,39 @@ int inAnotherProcess(const Work& work)
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
+/// Saves the new content in a process that is killed at its `at`-th call, if it gets so far.
+int saveKilled(const std::filesystem::path& path, const StoreMark& mark, int at)
+{
+    return inAnotherProcess([&] {
+        const FaultySqlite disk([at](int call) {
+            if (call == at)
+                kill(getpid(), SIGKILL);
+            return Act::passOn;
+        });
+        return saveNew(path, mark).empty() ? 0 : 1;
+    });
+}
+
 TEST(ObjectFile, HoldsTheOldOrTheNewWhenTheProcessIsKilledAtAnyCall)
 {
-    int points = 0;
-    bool completed = false;
-    for (int at = 1; !completed; ++at, ++points) {
-        SCOPED_TRACE("killed at call " + std::to_string(at));
-        const TemporaryFolder folder;
-        const StoreMark mark = create(folder / "file", kOld);
-        const int code = inAnotherProcess([&] {
-            const FaultySqlite disk([at](int call) {
-                if (call == at)
-                    kill(getpid(), SIGKILL);
-                return Act::passOn;
-            });
-            return replace(folder / "file", kNew, mark).empty() ? 0 : 1;
-        });
-        completed = code == 0;
-        EXPECT_TRUE(completed || code == 128 + SIGKILL) << code;
-        ASSERT_TRUE(isOldOrNew(contentOfStore(folder / "file"), completed));
+    for (const bool exists : {true, false}) {
+        int points = 0;
+        bool completed = false;
+        for (int at = 1; !completed; ++at, ++points) {
+            SCOPED_TRACE("killed at call " + std::to_string(at));
+            const TemporaryFolder folder;
+            const auto path = folder / "file";
+            const StoreMark mark = exists ? create(path, kOld) : StoreMark();
+            const int code = saveKilled(path, mark, at);
+            completed = code == 0;
+            EXPECT_TRUE(completed || code == 128 + SIGKILL) << code;
+            if (exists || std::filesystem::exists(path))
+                ASSERT_TRUE(isOldOrNew(contentOfStore(path), completed || !exists));
+            else
+                EXPECT_FALSE(completed);
+        }
+        EXPECT_GT(points, 10);
     }
-    EXPECT_GT(points, 10);
 }
 
 TEST(ObjectFile, OfTwoProcessesNoneLosesWhatTheOtherSaved)
