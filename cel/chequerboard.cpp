@@ -64,9 +64,18 @@ private:
             , shots(roll.events_)
         {
         }
-        const ChannelEvent& in() const
+        double start() const
         {
-            return cel::detail::eventAt(track.events_, shots.shot().in);
+            return cel::detail::eventAt(track.events_, shots.shot().in).edit_time();
+        }
+        double end() const
+        {
+            return cel::detail::eventAt(track.events_, shots.shot().out).edit_time();
+        }
+        /// Of shots that begin together the shorter one comes first.
+        bool isBefore(const Roll& other) const
+        {
+            return start() < other.start() || (start() == other.start() && end() < other.end());
         }
         const Cel& track;
         cel::detail::Shots shots;
@@ -77,27 +86,32 @@ private:
         if (first_.shots.done() && second_.shots.done())
             return {};
         const bool takesSecond =
-            first_.shots.done() ||
-            (!second_.shots.done() && second_.in().edit_time() < first_.in().edit_time());
+            first_.shots.done() || (!second_.shots.done() && second_.isBefore(first_));
         Roll& roll = takesSecond ? second_ : first_;
         const Shot shot(roll.track, roll.shots.shot());
         roll.shots.next();
         return shot;
     }
 
-    /// Shots that overlap meet in the middle, in whole frames from where the overlap begins.
+    /// Shots that overlap meet in the middle, in whole frames from where the overlap begins. Of an
+    /// odd frame in the middle the later shot gets what it needs to be there at all, else the
+    /// earlier one.
     void partInTheMiddle(Shot& last, Shot& next) const
     {
         const double start = next.in.edit_time();
         const double end = last.out.edit_time();
         if (!isAfter(end, start))
             return;
-        if (isAfter(last.in.edit_time(), start) || isAfter(end, next.out.edit_time()))
-            fail("Cel::cheq_merge: a shot lies within another", kCelModule, __LINE__);
         const double frame = last.source->resolution_;
-        const double half = std::floor((end - start) / frame / 2.0 + 0.5) * frame;
-        moveEnd(last, last.out, std::min(start + half, end));
-        moveEnd(next, next.in, std::min(start + half, end));
+        const double half = std::ceil(std::floor((end - start) / frame + 0.5) / 2.0);
+        double cut = std::min(start + half * frame, end);
+        if (!isAfter(next.out.edit_time(), cut))
+            cut = start + (half - 1.0) * frame;
+        if (isAfter(end, next.out.edit_time()) || !isAfter(next.out.edit_time(), cut) ||
+            !isAfter(cut, last.in.edit_time()))
+            fail("Cel::cheq_merge: a shot lies within another", kCelModule, __LINE__);
+        moveEnd(last, last.out, cut);
+        moveEnd(next, next.in, cut);
     }
 
     /// Moves one of the two ends of a shot inwards.

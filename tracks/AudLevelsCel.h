@@ -15,9 +15,9 @@ class TagBag;
 ///            end   start
 ///
 /// An envelope is edited by the same operations as the track that it belongs to, and carries the
-/// identity that `AudCel::getLevelsChanID` names. Copying a handle shares the envelope; one that was
-/// moved from is invalid. An invalid handle has none: edits change nothing, queries answer as for
-/// one without nodes.
+/// identity that `AudCel::getLevelsChanID` names. Copying a handle shares the envelope; one that
+/// was moved from is invalid. An invalid handle has none: edits change nothing, queries answer as
+/// for one without nodes.
 ///
 /// Several threads may edit and read one envelope through this handle's operations, except through
 /// `getNodeStore` and `insertNode`, which are for whoever holds `AudLevelsCelRep::lock`, and the

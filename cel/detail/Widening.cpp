@@ -26,14 +26,25 @@ double loudest()
     return position;
 }
 
-/// How many frames a value can go on at so much a frame before it leaves its limits.
-double framesWithin(double value, double perFrame, double lowest, double highest)
+/// How many frames a value can go on at so much a frame before it leaves its limits; none when it
+/// is below them already. @param rounding  by how much the value may be off.
+double framesWithin(double value, double perFrame, double lowest, double highest, double rounding)
 {
+    if (value < lowest - rounding)
+        return 0.0;
     if (perFrame == 0.0)
         return kForEver;
-    constexpr double kRounding = 1e-9;
     const double room = perFrame < 0.0 ? value - lowest : highest - value;
-    return room > 0.0 ? std::floor((room + kRounding) / std::fabs(perFrame)) : 0.0;
+    return room > 0.0 ? std::floor((room + rounding) / std::fabs(perFrame)) : 0.0;
+}
+
+/// Frames for which a shot can go on with material from time 0 on, and with a level on the fader.
+double framesOf(double strip, double stripStep, double level, double levelStep)
+{
+    constexpr double kStripRounding = 1e-9;
+    constexpr double kLevelRounding = 1e-6; // levels are stored in single precision
+    return std::min(framesWithin(strip, stripStep, 0.0, kForEver, kStripRounding),
+                    framesWithin(level, levelStep, 0.0, loudest(), kLevelRounding));
 }
 
 /// Lets a shot begin and end at other times, on the lines that its ends define.
@@ -80,29 +91,22 @@ int Cel::Widening::plan(double before, double after)
 {
     const double framesBefore = std::floor(before / track_.resolution_ + 0.5);
     const double framesAfter = std::floor(after / track_.resolution_ + 0.5);
-    const auto size = static_cast<int>(events_.size());
     Wish last;
     for (cel::detail::Shots shots(events_); !shots.done(); shots.next()) {
         const Section& shot = shots.shot();
-        Wide wide{shot, eventAt(events_, shot.in).edit_time(),
-                  eventAt(events_, shot.out).edit_time()};
+        Wide wide(shot, eventAt(events_, shot.in).edit_time(),
+                  eventAt(events_, shot.out).edit_time());
         const Wish wish = wishOf(shot, framesBefore, framesAfter);
-        const int gap = plan_.empty() ? 0 : plan_.back().shot.out + 1;
-        if (isFree(gap, shot.in)) {
-            if (plan_.empty())
-                growHead(wide, wish.before, track_.get_start_time());
-            else
-                share(plan_.back(), last.after, wide, wish.before);
-        }
+        growBetween(plan_.empty() ? nullptr : &plan_.back(), last.after, &wide, wish.before);
         plan_.push_back(wide);
         last = wish;
     }
-    if (!plan_.empty() && isFree(plan_.back().shot.out + 1, size))
-        growTail(plan_.back(), last.after, track_.get_end_time());
+    if (!plan_.empty())
+        growBetween(&plan_.back(), last.after, nullptr, 0.0);
 
     int grown = 0;
     for (const Wide& wide : plan_)
-        grown += int(headGrows(wide)) + int(tailGrows(wide));
+        grown += int(wide.headGrows()) + int(wide.tailGrows());
     return grown;
 }
 
@@ -116,29 +120,78 @@ Cel::Widening::Wish Cel::Widening::wishOf(const Section& shot, double before, do
     const double speed = effectiveSpeed(in);
     const double step = (double(out.level_sc()) - double(in.level_sc())) / length * frame;
     const double stripEnd = in.strip_time() + speed * length;
-    return {std::min({before, framesWithin(in.strip_time(), -speed * frame, 0.0, kForEver),
-                      framesWithin(double(in.level_sc()), -step, 0.0, loudest())}),
-            std::min({after, framesWithin(stripEnd, speed * frame, 0.0, kForEver),
-                      framesWithin(double(out.level_sc()), step, 0.0, loudest())})};
+    return {std::min(before, framesOf(in.strip_time(), -speed * frame, in.level_sc(), -step)),
+            std::min(after, framesOf(stripEnd, speed * frame, out.level_sc(), step))};
 }
 
-/// Whether events are nothing but whole sections of black.
-bool Cel::Widening::isFree(int from, int to) const
+/// Whether a whole section of black begins with an event, and ends in front of `to`.
+bool Cel::Widening::isBlackSection(int in, int to) const
 {
-    for (int i = from; i < to;) {
-        const ChannelEvent& in = eventAt(events_, i);
-        const int out = cel::detail::matchingOut(events_, i);
-        if (in.info() != in_point || !in.strip_name().isBlack() || out >= to)
-            return false;
-        i = out + 1;
+    return eventAt(events_, in).info() == in_point && eventAt(events_, in).strip_name().isBlack() &&
+           cel::detail::matchingOut(events_, in) < to;
+}
+
+/// The first event from which on there is nothing but black up to a shot.
+int Cel::Widening::blackInFront(int from, int shot) const
+{
+    int first = shot;
+    while (first > from) {
+        const int in = cel::detail::matchingIn(events_, first - 1);
+        if (in < from || eventAt(events_, first - 1).info() != out_point ||
+            !isBlackSection(in, first))
+            break;
+        first = in;
     }
-    return true;
+    return first;
+}
+
+/// The first event from one on that is not of black.
+int Cel::Widening::blackBehind(int from, int to) const
+{
+    int next = from;
+    while (next < to && isBlackSection(next, to))
+        next = cel::detail::matchingOut(events_, next) + 1;
+    return next;
 }
 
 double Cel::Widening::framesBetween(double from, double to) const
 {
+    if (!cel::isRealTime(from) || !cel::isRealTime(to))
+        return 0.0;
     const double frames = std::floor((to - from + cel::kTimeEpsilon) / track_.resolution_);
     return frames > 0.0 ? frames : 0.0;
+}
+
+/// Lets two shots, or one and the track's end, grow into what is free between them: up to the next
+/// thing that is not black, and two shots that share the black up to its middle.
+void Cel::Widening::growBetween(Wide* earlier, double after, Wide* later, double before) const
+{
+    const int from = earlier ? earlier->shot.out + 1 : 0;
+    const int to = later ? later->shot.in : static_cast<int>(events_.size());
+    if (later)
+        later->blackFrom = blackInFront(from, to);
+    if (earlier)
+        earlier->blackTo = blackBehind(from, to);
+    if (earlier && later && earlier->blackTo == to) {
+        const double half = std::floor(framesBetween(earlier->end, later->start) / 2.0);
+        after = std::min(after, half);
+        before = std::min(before, half);
+    }
+    if (earlier)
+        growTail(*earlier, after, timeAt(earlier->blackTo));
+    if (later) {
+        const double wall = timeAt(later->blackFrom - 1);
+        growHead(*later, before, earlier ? std::max(wall, earlier->end) : wall);
+    }
+}
+
+/// Time of an event, also of the ends of the track in front of the first and behind the last.
+double Cel::Widening::timeAt(int index) const
+{
+    if (index < 0)
+        return track_.get_start_time();
+    return index == static_cast<int>(events_.size()) ? track_.get_end_time()
+                                                     : eventAt(events_, index).edit_time();
 }
 
 void Cel::Widening::growHead(Wide& shot, double frames, double notBefore) const
@@ -157,15 +210,6 @@ void Cel::Widening::growTail(Wide& shot, double frames, double notAfter) const
         shot.end = notAfter;
 }
 
-/// Of the frames between two shots each gets what it wishes, else half, and what the other leaves.
-void Cel::Widening::share(Wide& earlier, double after, Wide& later, double before) const
-{
-    const double frames = framesBetween(earlier.end, later.start);
-    const double half = std::floor(frames / 2.0);
-    growTail(earlier, std::min(after, std::max(half, frames - before)), later.start);
-    growHead(later, std::min(before, std::max(half, frames - after)), earlier.end);
-}
-
 // ---- effect objects -----------------------------------------------------------------------------
 
 std::vector<Cel::Widening::Resize> Cel::Widening::resizesOfObjects() const
@@ -174,15 +218,12 @@ std::vector<Cel::Widening::Resize> Cel::Widening::resizesOfObjects() const
     if (!track_.keepsSegmentObjects())
         return resizes;
     for (const Wide& wide : plan_) {
-        const ChannelEvent& in = eventAt(events_, wide.shot.in);
-        const double start = in.edit_time();
-        const double end = eventAt(events_, wide.shot.out).edit_time();
-        if (tailGrows(wide))
-            resizes.push_back(
-                {in.editGraph(), (wide.end - start) / (end - start), kResizeKeepHead});
-        if (headGrows(wide))
-            resizes.push_back(
-                {in.editGraph(), (wide.end - wide.start) / (wide.end - start), kResizeKeepTail});
+        const IdStamp id = eventAt(events_, wide.shot.in).editGraph();
+        const double grown = wide.end - wide.formerStart;
+        if (wide.tailGrows())
+            resizes.push_back({id, grown / (wide.formerEnd - wide.formerStart), kResizeKeepHead});
+        if (wide.headGrows())
+            resizes.push_back({id, (wide.end - wide.start) / grown, kResizeKeepTail});
     }
     return resizes;
 }
@@ -232,28 +273,37 @@ void Cel::Widening::carryOut()
 void Cel::Widening::moveEvents(RemovedObjects& removed)
 {
     Compaction pass(track_, removed);
-    double reached = -kForEver;
-    bool tailGrew = false;
+    const Wide* last = nullptr;
     for (const Wide& wide : plan_) {
+        limitBetween(pass, last, &wide);
         const auto in = static_cast<std::size_t>(wide.shot.in);
         const auto length = static_cast<std::size_t>(wide.shot.out - wide.shot.in) + 1;
-        const bool headGrew = headGrows(wide);
-        if (tailGrew || headGrew)
-            limitBlack(pass, in, reached, wide.start);
-        pass.keep(in - pass.read);
-        reached = wide.end;
-        tailGrew = tailGrows(wide);
         stretch(std::span(events_).subspan(in, length), wide.start, wide.end);
         pass.keep(length);
+        last = &wide;
     }
-    if (tailGrew)
-        limitBlack(pass, events_.size(), reached, kForEver);
+    limitBetween(pass, last, nullptr);
+}
+
+/// What lies between two shots, or behind the last: its black makes room for the handles.
+void Cel::Widening::limitBetween(Compaction& pass, const Wide* earlier, const Wide* later)
+{
+    const bool shared = earlier && later && earlier->blackTo == later->shot.in;
+    const bool head = later && later->headGrows();
+    if (earlier && (earlier->tailGrows() || (shared && head)))
+        limitBlack(pass, earlier->blackTo, earlier->end, shared ? later->start : kForEver);
+    if (head && !shared) {
+        pass.keep(static_cast<std::size_t>(later->blackFrom) - pass.read);
+        limitBlack(pass, later->shot.in, -kForEver, later->start);
+    }
+    if (later)
+        pass.keep(static_cast<std::size_t>(later->shot.in) - pass.read);
 }
 
 /// Black that is used up goes; such as had no length before and is not in the way stays.
-void Cel::Widening::limitBlack(Compaction& pass, std::size_t end, double from, double to)
+void Cel::Widening::limitBlack(Compaction& pass, int end, double from, double to)
 {
-    while (pass.read < end) {
+    while (pass.read < static_cast<std::size_t>(end)) {
         const int out = cel::detail::matchingOut(events_, static_cast<int>(pass.read));
         const std::size_t length = static_cast<std::size_t>(out) + 1 - pass.read;
         const std::span black = std::span(events_).subspan(pass.read, length);

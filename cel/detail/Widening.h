@@ -24,12 +24,26 @@ public:
     void carryOut();
 
 private:
-    /// A shot and the times that it will have.
+    /// A shot with the times that it has and will have.
     struct Wide
     {
+        Wide(const cel::detail::Section& section, double in, double out)
+            : shot(section)
+            , formerStart(in)
+            , formerEnd(out)
+        {
+        }
+
+        bool headGrows() const { return start != formerStart; }
+        bool tailGrows() const { return end != formerEnd; }
+
         cel::detail::Section shot;
-        double start;
-        double end;
+        double formerStart;
+        double formerEnd;
+        double start = formerStart;
+        double end = formerEnd;
+        int blackFrom = 0; ///< from here on there is nothing but black in front of it
+        int blackTo = 0;   ///< up to here there is nothing but black behind it
     };
 
     /// Frames by which the ends of a shot would like to grow.
@@ -48,25 +62,21 @@ private:
     };
 
     Wish wishOf(const cel::detail::Section& shot, double before, double after) const;
-    bool isFree(int from, int to) const;
+    bool isBlackSection(int in, int to) const;
+    int blackInFront(int from, int shot) const;
+    int blackBehind(int from, int to) const;
+    double timeAt(int index) const;
     double framesBetween(double from, double to) const;
     void growHead(Wide& shot, double frames, double notBefore) const;
     void growTail(Wide& shot, double frames, double notAfter) const;
-    void share(Wide& earlier, double after, Wide& later, double before) const;
-    bool headGrows(const Wide& wide) const
-    {
-        return wide.start != cel::detail::eventAt(events_, wide.shot.in).edit_time();
-    }
-    bool tailGrows(const Wide& wide) const
-    {
-        return wide.end != cel::detail::eventAt(events_, wide.shot.out).edit_time();
-    }
+    void growBetween(Wide* earlier, double after, Wide* later, double before) const;
 
     std::vector<Resize> resizesOfObjects() const;
     void fitObjects(const std::vector<Resize>& resizes);
     void takeBack(const Resize& resize) noexcept;
     void moveEvents(RemovedObjects& removed);
-    void limitBlack(Compaction& pass, std::size_t end, double from, double to);
+    void limitBetween(Compaction& pass, const Wide* earlier, const Wide* later);
+    void limitBlack(Compaction& pass, int end, double from, double to);
 
     Cel& track_;
     std::vector<ChannelEvent>& events_;
