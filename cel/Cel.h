@@ -451,7 +451,7 @@ public:
     Rolls chequerboard() const;
 
     /// The way back: the shots of both rolls on one new track, black where both rest. Shots that
-    /// overlap meet in the middle of the overlap, in whole frames from its start.
+    /// overlap meet in the middle of the overlap, in whole frames from its start; none goes.
     ///
     ///     a  |  1  ----|  black  |   ->   |  1   |   2   |
     ///     b  | black |---   2    |
@@ -468,8 +468,8 @@ public:
     ///     | black |  1  | black |   ->   |bl|--  1  --|bl|
     /// Strip times and levels go on along the shot's line, so that inside nothing plays
     /// differently; no handle begins before material time 0 or goes where the level would leave
-    /// the gain curve. Two shots share the black between them: each has half, and what the other
-    /// leaves. Black that is used up goes; the track's extent stays.
+    /// the gain curve. Two shots share the black between them, half each, in whole frames. Fades go
+    /// along with the ends. Black that is used up goes; the track's extent stays.
     /// @param which  `WidenedEnds` that may grow.
     /// @return how many ends grew.
     /// @throws Kt::Exception::RuntimeError "Cel::cheq_widen_cel: negative handle"; also what the

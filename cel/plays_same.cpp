@@ -164,9 +164,14 @@ private:
 
     Answer compareRamps(double time, const ChannelEvent& a, const ChannelEvent& b) const
     {
-        const auto describe = [](const ChannelEvent& event) {
-            return std::to_string(event.audioRamp_DurationQFrames()) + " quarter frames, curve " +
-                   std::to_string(static_cast<int>(event.audioRamp_CurveType()));
+        const auto describe = [](const ChannelEvent& event) -> std::string {
+            constexpr const char* kCurves[] = {"linear", "constant power", "constant gain",
+                                               "S-curve"};
+            const int length = event.audioRamp_DurationQFrames();
+            if (length == 0)
+                return "none";
+            return std::to_string(length) + " quarter frames, " +
+                   kCurves[static_cast<unsigned>(event.audioRamp_CurveType()) % 4];
         };
         const bool none = a.audioRamp_DurationQFrames() == 0 && b.audioRamp_DurationQFrames() == 0;
         if (none || a.audioRampWord() == b.audioRampWord())

@@ -4,6 +4,7 @@
 #include "platform/support/TextFile.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 namespace cel::fuzz {
@@ -100,6 +101,12 @@ void askForCopies(const Cel& track, Choices& choices)
     permit([&] { track.simplify(1, true, true); });
     permit([&] { track.simplify_black(choices.range(track)); });
     permit([&] { track.rescale(start, end, end, start, 0.5, 2.0, 0.04, 1); });
+    permit([&] {
+        const Cel::Rolls rolls = track.chequerboard();
+        Cel::cheq_merge(*rolls.a, *rolls.b);
+        Cel::cheq_merge(track, *rolls.b);
+    });
+    permit([&] { track.cfade_lists(); });
 }
 
 } // namespace
@@ -173,6 +180,10 @@ constexpr Edit kEdits[] = {
     [](const Kt::Ptr<Cel>& t, Choices&)   { t->quantiseInPlace(); },
     [](const Kt::Ptr<Cel>& t, Choices& c) { t->simplify(static_cast<Simplification::eType>(c.below(5)), c.range(*t)); },
     [](const Kt::Ptr<Cel>& t, Choices& c) { t->simplifyTidy(c.range(*t)); },
+    [](const Kt::Ptr<Cel>& t, Choices& c) { t->cheq_widen_cel(std::fabs(c.time(*t)), std::fabs(c.time(*t)), static_cast<int>(c.below(4))); },
+    [](const Kt::Ptr<Cel>& t, Choices& c) { t->cfade(c.time(*t), std::fabs(c.time(*t)), Aud::GainCurve::kLinear); },
+    [](const Kt::Ptr<Cel>& t, Choices& c) { t->crossfade_whole(std::fabs(c.time(*t)), Aud::GainCurve::kSCurve); },
+    [](const Kt::Ptr<Cel>& t, Choices&)   { t->crossfade_removal_whole(); },
     [](const Kt::Ptr<Cel>& t, Choices&)   { t->deselect_all_trims(); },
 };
 // clang-format on

@@ -88,10 +88,13 @@ std::string shown(double number)
     return error == std::errc() ? std::string(digits, end) : "?";
 }
 
-/// "2 frames", "1 frame".
-std::string frames(double number)
+/// "2 frames", "1 frame"; of files that count milliseconds "80 ms".
+std::string frames(double number, double frame)
 {
+    constexpr double kMillisecond = 0.001;
     const std::string text = shown(number);
+    if (frame == kMillisecond)
+        return text + " ms";
     return text + (text == "1" ? " frame" : " frames");
 }
 
@@ -129,8 +132,8 @@ private:
                    "it begins " + shown(-gap) + " s before the one in front of it ends");
         else if (gap < least - kTimeEpsilon)
             report(kGap, cue, Severity::warning,
-                   "it follows the one in front of it after " + frames(gap / frame_) +
-                       "; the least is " + frames(limits_.gapFrames));
+                   "it follows the one in front of it after " + frames(gap / frame_, frame_) +
+                       "; the least is " + frames(limits_.gapFrames, frame_));
     }
 
     void checkDuration(const Cue& cue)

@@ -240,6 +240,8 @@ auto AudCel::changeCrossfades(const Change& change)
         lists = ahead->cfade_lists();
     }
     const auto answer = change(*cel);
+    if (!answer && (getXFadeCelsValid() || !getXFadesEnabled()))
+        return answer;
     modification();
     if (getXFadesEnabled())
         cel::CrossfadeBuilder::set(*this, lists.a, lists.b);

@@ -46,9 +46,15 @@ std::string describeStretch(const Cut& cut, const MaterialTable& materials,
         text += " to " + describePosition(cut, stretch.to);
     const std::string first = describeMaterial(stretch.first.material, materials);
     const std::string second = describeMaterial(stretch.second.material, materials);
-    if (stretch.field == std::string_view("strip"))
-        return text + ": " + first + " at " + sourceTimecode(cut, stretch.first.strip) +
-               " against " + sourceTimecode(cut, stretch.second.strip) + " of the clip";
+    if (stretch.field == std::string_view("strip")) {
+        std::string one = sourceTimecode(cut, stretch.first.strip);
+        std::string other = sourceTimecode(cut, stretch.second.strip);
+        if (one == other) { // less than a frame apart
+            one = number(stretch.first.strip) + " s";
+            other = number(stretch.second.strip) + " s";
+        }
+        return text + ": " + first + " at " + one + " against " + other + " of the clip";
+    }
     // Clips of one name are told apart by their reel or file, which only their number stands for.
     if (first != second)
         return text + ": " + first + " against " + second;

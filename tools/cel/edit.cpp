@@ -81,7 +81,8 @@ EditedTrack Edit::editTrack(std::size_t index, std::optional<MaterialStretch> ma
     EditedTrack edited;
     try {
         edited.done = operation_.run(edit);
-        edit.layOnLines();
+        if (edit.rolls().empty() && !edit.produced())
+            edit.layOnLines();
     } catch (const Kt::Exception::Base& fault) {
         edit.refuse(fault.what());
     }

@@ -9,6 +9,8 @@
 
 #include <array>
 #include <charconv>
+#include <cmath>
+#include <string_view>
 #include <vector>
 
 namespace cel::tool {
@@ -45,17 +47,49 @@ std::string chequerboard(TrackEdit& edit)
     return "laid out on two rolls, " + shotsOf(*rolls.a) + " and " + shotsOf(*rolls.b);
 }
 
+/// Whether a roll plays what a section of the merged track plays.
+bool plays(const Cel& roll, const ce_handle& in)
+{
+    const double middle = (in.get_edit_time() + in.matching_out_ceh().get_edit_time()) / 2.0;
+    const ce_handle there = roll.find_ceh(middle, in_point);
+    return there.valid() && there.matching_out_ceh().get_edit_time() > middle &&
+           there.get_strip_cookie() == in.get_strip_cookie() &&
+           std::fabs(there.get_strip_time(middle) - in.get_strip_time(middle)) < kTimeEpsilon;
+}
+
+/// Each shot of the second roll brings its levels along.
+void mergeLevels(TrackEdit& edit, const Cel& first, const Cel& second)
+{
+    const AudLevelsCel& levels = edit.material().levels;
+    const AudLevelsCel& own = edit.envelope().levels();
+    if (kindOf(edit.track()) != kAudioCookie || (!levels.valid() && !own.valid()) ||
+        (levels.valid() && own.valid() && sameNodes(levels.snapshot(), own.snapshot())))
+        return;
+    for (ce_handle in = edit.track().get_start_ceh(); in.valid(); in.increment(in_point)) {
+        if (in.get_strip_cookie().isBlack() || !plays(second, in) || plays(first, in))
+            continue;
+        const double start = in.get_edit_time();
+        edit.envelope().replace(levels, {start, in.matching_out_ceh().get_edit_time()}, start);
+    }
+}
+
 std::string merge(TrackEdit& edit)
 {
     requireShots(edit);
     const MaterialStretch& material = edit.material();
+    const Kt::Ptr<Cel> first(new Cel(edit.track()));
+    const Kt::Ptr<Cel> second = edit.materialAt(material.range.start());
+    Kt::Ptr<Cel> merged;
     try {
-        const Kt::Ptr<Cel> other = edit.materialAt(material.range.start());
-        edit.become(*Cel::cheq_merge(edit.track(), *other));
-    } catch (const Kt::Exception::RuntimeError&) {
+        merged = Cel::cheq_merge(*first, *second);
+    } catch (const Kt::Exception::RuntimeError& fault) {
+        if (std::string_view(fault.what()).find("lies within another") == std::string_view::npos)
+            throw;
         edit.refuse("a shot of one roll plays while one of the other begins and ends, so that "
                     "they have no order");
     }
+    edit.become(*merged);
+    mergeLevels(edit, *first, *second);
     markAll(edit);
     return "merged with " + material.text + ", " + shotsOf(edit.track());
 }
@@ -102,7 +136,8 @@ bool isWhole(const TrackEdit& edit)
 
 [[noreturn]] void rejectPlace(const TrackEdit& edit)
 {
-    edit.reject(0, "is no cut between two shots of " + edit.name());
+    edit.reject(0, "is no cut between two shots of " + edit.name() +
+                       ", or one of them is shorter than a quarter frame");
 }
 
 std::string crossfade(TrackEdit& edit)
@@ -117,7 +152,7 @@ std::string crossfade(TrackEdit& edit)
     if (isWhole(edit)) {
         const int cuts = edit.track().crossfade_whole(length, kCurves[curve]);
         markAll(edit);
-        return cuts == 0 ? "has no cut between two shots"
+        return cuts == 0 ? "has no cut between two shots that are long enough"
                          : "crossfaded " + counted(cuts, "cut") + " by up to " +
                                edit.lasting(length) + ", " + kNames[curve];
     }
@@ -163,14 +198,16 @@ const EditOperation kOperations[] = {
      kTakesMaterial,
      "V1.A merge --from V1.B",
      merge,
-     "Shots that overlap meet in the middle of the overlap.\n"},
+     "Shots that overlap meet in the middle of the overlap, so the cuts come back where both\n"
+     "handles are equally long. The shots of the second roll bring their levels along.\n"},
     {"widen",
      "Gives shots handles into the black around them",
      {{"FRAMES", "How many frames, as far as there are room and material"},
       {"[ENDS]", "both (also without), heads or tails"}},
      kTakesNothing,
      "V1.A,V1.B widen 12",
-     widen},
+     widen,
+     "Two shots share the black between them, half each. Fades go along with the ends.\n"},
     {"crossfade",
      "Fades one shot down while the next one fades up",
      {{"AT", "The cut between them, or all"},

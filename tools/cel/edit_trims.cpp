@@ -97,7 +97,7 @@ const EditOperation kOperations[] = {
      "Makes a section longer or shorter, or feeds black in front of it",
      {{"KIND", "start, end, black or roll"},
       {"AT", "A time in the section"},
-      {"BY", "How far; negative for shorter or earlier"}},
+      {"BY", "How far; negative for shorter, or earlier where black lies in front"}},
      kTakesNothing,
      "V1 trim end 10:00:08:00 -00:00:00:12",
      trim,

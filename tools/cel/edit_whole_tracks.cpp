@@ -113,7 +113,7 @@ std::string black(TrackEdit& edit)
 const EditOperation kOperations[] = {
     {"slide",
      "Moves the whole track",
-     {{"BY", "How far; earlier when negative"}},
+     {{"BY", "How far; earlier when negative, down to the start of the cut"}},
      kTakesNothing,
      "A1 slide 00:00:00:02",
      slide},

@@ -123,7 +123,8 @@ int main([[maybe_unused]] int argc, [[maybe_unused]] char** argv)
 #else
         const int exitCode = run(argc, argv);
 #endif
-        if (std::fflush(stdout) != 0)
+        // A long answer may have been lost before its end, which then is all that is left to write.
+        if (std::fflush(stdout) != 0 || std::ferror(stdout))
             return complain(kUnwritable, "cannot write to the standard output");
         return exitCode;
     } catch (const Failure& failure) {

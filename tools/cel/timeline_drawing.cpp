@@ -8,6 +8,7 @@
 #include <array>
 #include <cmath>
 #include <string_view>
+#include <vector>
 
 namespace cel::tool {
 
@@ -125,16 +126,48 @@ std::int64_t framesBetweenMarks(const Cut& cut, const Scale& scale)
     return static_cast<std::int64_t>(std::min(std::ceil(fewest / hour) * hour, 1e18));
 }
 
+/// The first frame of a second of timecode; at the full minute drop-frame numbering may skip some.
+std::int64_t frameOfSecond(std::int64_t second, const FrameRate& rate)
+{
+    constexpr std::int64_t kMostHours = 99;
+    TimecodeFields fields;
+    fields.hours = static_cast<std::int16_t>(std::min(second / 3600, kMostHours));
+    fields.minutes = static_cast<std::int16_t>(second / 60 % 60);
+    fields.seconds = static_cast<std::int16_t>(second % 60);
+    for (; fields.frames < rate.timecodeBase(); ++fields.frames)
+        if (const auto frame = framesOf(fields, rate))
+            return *frame;
+    return 0;
+}
+
+/// Frames of the cut on which marks stand: from the last one in front of the stretch on, so many
+/// frames apart, or so many seconds as timecode counts them.
+std::vector<std::int64_t> marksFrom(double start, const Cut& cut, std::int64_t step)
+{
+    constexpr std::int64_t kMostMarks = 1000; // more than any line has room for
+    const std::int64_t first = nearestFrame(start, cut.rate);
+    const std::int64_t second = cut.rate.timecodeBase();
+    std::vector<std::int64_t> marks;
+    if (cut.rate.dropFrame && step % second == 0 && first + cut.startFrame >= 0) {
+        const auto label = splitTimecode(timecodeFromFrames(first + cut.startFrame, cut.rate));
+        const std::int64_t at =
+            label ? (label->hours * 60 + label->minutes) * 60 + label->seconds : 0;
+        const std::int64_t apart = step / second;
+        for (std::int64_t i = 0; i < kMostMarks; ++i)
+            marks.push_back(frameOfSecond(at - at % apart + i * apart, cut.rate) - cut.startFrame);
+        return marks;
+    }
+    const std::int64_t offset = ((first % step + cut.startFrame % step) % step + step) % step;
+    for (std::int64_t i = 0; i < kMostMarks; ++i)
+        marks.push_back(first - offset + i * step);
+    return marks;
+}
+
 std::string drawRuler(const Cut& cut, const TimeRange& stretch, const Scale& scale, bool colour)
 {
     Line labels(scale.width());
     Line marks(scale.width());
-    const std::int64_t step = framesBetweenMarks(cut, scale);
-    const std::int64_t first = nearestFrame(stretch.from, cut.rate);
-    const std::int64_t offset = ((first % step + cut.startFrame % step) % step + step) % step;
-    constexpr int kMostMarks = 1000; // more than any line has room for
-    for (int i = 0; i < kMostMarks; ++i) {
-        const std::int64_t frame = first - offset + i * step;
+    for (const std::int64_t frame : marksFrom(stretch.from, cut, framesBetweenMarks(cut, scale))) {
         const double seconds = static_cast<double>(frame) * cut.rate.frameDuration();
         if (seconds > stretch.to)
             break;
