@@ -67,7 +67,8 @@ public:
 
     // ---- crossfades: those of the list, see `Cel` -------------------------------------------
     // Each that finds a cut makes the working lists anew while crossfades are worked on the track,
-    // else invalid; one that finds none makes those that are not valid. Nothing has changed when one throws; handles without a list have no cuts.
+    // else invalid; one that finds none makes those that are not valid. Nothing has changed when
+    // one throws; handles without a list have no cuts.
 
     unsigned cfade(double t, double seconds, Aud::GainCurve::eCurveType curve);
     bool cfade_removal(double t);
