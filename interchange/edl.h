@@ -3,6 +3,7 @@
 #include "interchange/Cut.h"
 #include "interchange/LossLedger.h"
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -28,7 +29,8 @@ std::optional<EdlImport> importEdl(std::string_view text, std::optional<FrameRat
 struct EdlExport
 {
     std::string text;
-    LossLedger losses; ///< lines are those of `text`
+    LossLedger losses;      ///< lines are those of `text`
+    std::size_t tracks = 0; ///< of the cut that the list names
 };
 
 /// Writes a cut as CMX3600 edit list, channels V, A and A2 and so on, at the cut's rate and

@@ -295,7 +295,8 @@ private:
     std::size_t line_ = 0;
 };
 
-std::vector<Row> rowsOf(const Cut& cut, LossLedger& losses)
+/// @param tracks  counts those that have rows.
+std::vector<Row> rowsOf(const Cut& cut, LossLedger& losses, std::size_t& tracks)
 {
     std::vector<Row> rows;
     ChannelNames channels;
@@ -305,6 +306,7 @@ std::vector<Row> rowsOf(const Cut& cut, LossLedger& losses)
         const std::size_t before = rows.size();
         if (!channel.empty())
             RowMaker(cut, name, channel, losses).add(*track, rows);
+        tracks += rows.size() > before;
         if (rows.size() == before)
             losses.add(0, "track",
                        "track " + quoted(name) +
@@ -352,7 +354,7 @@ void noteRate(const Cut& cut, const std::string& text, LossLedger& losses)
 EdlExport exportEdl(const Cut& cut)
 {
     EdlExport result;
-    const std::vector<Row> rows = rowsOf(cut, result.losses);
+    const std::vector<Row> rows = rowsOf(cut, result.losses, result.tracks);
     noteClock(cut, rows, result.losses);
 
     EdlReels reels;

@@ -93,6 +93,7 @@ std::string save(const OpenedCut& opened, const AudioOptions& options)
 int runAudio(const AudioOptions& options)
 {
     OpenedCut opened = openCut(options.file);
+    requireReadTracks(opened, options.file);
     const std::vector<std::size_t> tracks = soundTracks(opened.cut, options.tracks);
     if (!options.changes() && !options.output.empty())
         throw Failure(kUsage, "nothing is to change: name --sound or --crossfades");

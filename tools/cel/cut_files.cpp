@@ -7,6 +7,7 @@
 #include "tools/cel/commands.h"
 #include "tools/cel/listed_sections.h"
 #include "tools/cel/terminal.h"
+#include "tools/cel/text.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -174,7 +175,7 @@ OpenedSubtitles openSubtitles(const std::string& path)
     const FileKind kind =
         kindOfContent(std::string_view(content).substr(0, kHeadBytes), kindOfName(path));
     if (!holdsSubtitles(kind))
-        failReading(path, std::string("is ") + describe(kind) + " and no subtitle file");
+        throw Failure(kUnreadable, path + " is " + describe(kind) + " and no subtitle file");
     return {kind, readCues(path, kind, content)};
 }
 
@@ -185,6 +186,13 @@ OpenedCut openBeside(const OpenedCut& other, const std::string& path)
     if (isGuess && !(opened.cut.rate == other.cut.rate))
         opened = openCut(path, other.cut.rate);
     return opened;
+}
+
+void requireReadTracks(const OpenedCut& opened, const std::string& path)
+{
+    if (opened.cut.tracks.empty() && !opened.findings.empty())
+        failReading(path, "the file is damaged, and none of its tracks can be read; cel check " +
+                              path + " says where");
 }
 
 bool samePath(const std::string& a, const std::string& b)
@@ -209,7 +217,8 @@ std::vector<std::size_t> chosenTracks(const Cut& cut, const std::vector<std::str
         if (exists)
             continue;
         throw Failure(kUsage,
-                      std::string("no track is called ").append(name) + "; there are: " + known);
+                      std::string("no track is called ").append(printable(name)) +
+                          (known.empty() ? "; the cut has no tracks" : "; there are: " + known));
     }
     for (std::size_t i = 0; names.empty() && i < cut.tracks.size(); ++i)
         chosen.push_back(i);

@@ -21,6 +21,10 @@ namespace cel::tool {
 inline constexpr const char* kWrongResult =
     ": the result is a track stream or a store; let its name end in .cel or .celdb";
 
+/// The same behind the name of a damaged file that was to be written over.
+inline constexpr const char* kStaysDamaged =
+    ": the file is damaged and stays as it is; another name saves what can be read of it";
+
 /// A cut as it came out of a file.
 struct OpenedCut
 {
@@ -58,11 +62,13 @@ struct WrittenCut
 {
     FileKind kind = FileKind::stream;
     const Cut* cut = nullptr;
-    TextFile text;     ///< of the two text kinds
-    LossLedger losses; ///< what the kind cannot hold
+    TextFile text;          ///< of the kinds that are text
+    LossLedger losses;      ///< what the kind cannot hold
+    std::size_t tracks = 0; ///< of the cut that it holds
 };
 
 /// Nothing is on the disk yet; `cut` must live until `saveWritten`.
+/// @throws Failure `kUsage` when a text kind could hold no track of the cut.
 /// @param standard  of the frame units of a text edit list; the nearest to the cut's without it.
 WrittenCut writeAs(FileKind kind, const Cut& cut,
                    std::optional<Kt::Ed2Support::TVStd> standard = std::nullopt);
@@ -79,6 +85,10 @@ void saveWritten(WrittenCut& written, const std::string& path, SaveGuard guard);
 /// @throws Failure as `saveWritten`; `kUnwritable` rather than write over a file that is damaged.
 LossLedger saveCutBack(const OpenedCut& opened, const Cut& cut, const std::string& openedPath,
                        const std::string& path, SaveGuard guard);
+
+/// Ends a command that would go on with nothing: a damaged file of which no track could be read.
+/// @throws Failure `kUnreadable`.
+void requireReadTracks(const OpenedCut& opened, const std::string& path);
 
 /// Whether both name one file.
 bool samePath(const std::string& a, const std::string& b);

@@ -70,6 +70,7 @@ void writeSubtitleTrack(WrittenCut& written)
         throw Failure(kUsage, std::string("there is no subtitle track for ") +
                                   describe(written.kind) + " to hold");
     const SubtitleImport cues = cuesOf(*subtitles);
+    written.tracks = 1;
     const SubtitleExport file = writeSubtitles(formOf(written.kind), cues.file);
     written.text = linesOf(file.text);
     written.losses.append(cues.losses);
@@ -83,10 +84,12 @@ WrittenCut writeAs(FileKind kind, const Cut& cut, std::optional<Kt::Ed2Support::
     WrittenCut written;
     written.kind = kind;
     written.cut = &cut;
+    written.tracks = cut.tracks.size();
     if (kind == FileKind::editList) {
         EdlExport list = exportEdl(cut);
         written.text = linesOf(list.text);
         written.losses = std::move(list.losses);
+        written.tracks = list.tracks;
         addLevelLosses(cut, written.losses);
     } else if (kind == FileKind::textList) {
         written.losses = exportTextList(cut, written.text, standard).losses;
@@ -94,6 +97,9 @@ WrittenCut writeAs(FileKind kind, const Cut& cut, std::optional<Kt::Ed2Support::
     } else if (holdsSubtitles(kind)) {
         writeSubtitleTrack(written);
     }
+    if (written.tracks == 0 && !holdsEverything(kind))
+        throw Failure(kUsage, std::string("the cut has no track that ") + describe(kind) +
+                                  " could hold; nothing was written");
     return written;
 }
 
@@ -117,8 +123,7 @@ LossLedger saveCutBack(const OpenedCut& opened, const Cut& cut, const std::strin
                        const std::string& path, SaveGuard guard)
 {
     if (!opened.findings.empty() && samePath(path, openedPath))
-        throw Failure(kUnwritable, path + ": the file is damaged and stays as it is; another name "
-                                          "saves what can be read of it");
+        throw Failure(kUnwritable, path + kStaysDamaged);
     const FileKind kind =
         samePath(path, openedPath) ? opened.kind : kindOfName(path).value_or(FileKind::stream);
     WrittenCut written = writeAs(kind, cut);

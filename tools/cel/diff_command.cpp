@@ -100,12 +100,13 @@ std::string describeFrames(const Cut& first, const Cut& second)
 }
 
 std::string describeComparison(const DiffOptions& options, const Cut& first, const Cut& second,
-                               const CutComparison& comparison)
+                               const CutComparison& comparison, std::size_t damage)
 {
     const auto all = static_cast<long long>(comparison.tracks.size());
     const auto same = std::count_if(comparison.tracks.begin(), comparison.tracks.end(),
                                     [](const TrackComparison& track) { return track.playsSame(); });
-    const std::string files = printable(options.first) + " and " + printable(options.second);
+    const std::string files = (damage > 0 ? "As far as they can be read, " : "") +
+                              printable(options.first) + " and " + printable(options.second);
     if (same == all)
         return files + " play the same, " + counted(all, "track") + " compared.\n" +
                describeFrames(first, second);
@@ -130,7 +131,8 @@ Json stretchAsJson(const Cut& cut, const MaterialTable& materials, const Differi
     return json;
 }
 
-Json comparisonAsJson(const DiffOptions& options, const Cut& cut, const CutComparison& comparison)
+Json comparisonAsJson(const DiffOptions& options, const Cut& cut, const CutComparison& comparison,
+                      std::size_t damage)
 {
     static constexpr const char* kWhere[] = {"both", "first", "second"};
     Json tracks = Json::array();
@@ -155,6 +157,7 @@ Json comparisonAsJson(const DiffOptions& options, const Cut& cut, const CutCompa
     json.set("first", options.first)
         .set("second", options.second)
         .set("same", comparison.playsSame())
+        .set("damage", damage)
         .set("tracks", std::move(tracks));
     return json;
 }
@@ -165,20 +168,24 @@ int runDiff(const DiffOptions& options)
     const OpenedCut second = openBeside(first, options.second);
     if (first.kind == FileKind::editList && second.kind != FileKind::editList)
         first = openBeside(second, options.first);
+    requireReadTracks(first, options.first);
+    requireReadTracks(second, options.second);
+    const std::size_t damage = first.findings.size() + second.findings.size();
     CutComparison comparison;
     {
         const Progress progress("comparing");
         comparison = compareCuts(first.cut, second.cut, options.tracks);
     }
     if (options.json)
-        std::fputs(comparisonAsJson(options, first.cut, comparison).text().c_str(), stdout);
+        std::fputs(comparisonAsJson(options, first.cut, comparison, damage).text().c_str(), stdout);
     else if (!options.quiet)
-        std::fputs(describeComparison(options, first.cut, second.cut, comparison).c_str(), stdout);
+        std::fputs(describeComparison(options, first.cut, second.cut, comparison, damage).c_str(),
+                   stdout);
     if (!first.findings.empty())
         std::fputs(damageNotice(printable(options.first)).c_str(), stderr);
     if (!second.findings.empty())
         std::fputs(damageNotice(printable(options.second)).c_str(), stderr);
-    return comparison.playsSame() ? kFine : kFindings;
+    return comparison.playsSame() && damage == 0 ? kFine : kFindings;
 }
 
 } // namespace

@@ -51,6 +51,7 @@ int runEdit(const EditOperation& operation, const EditRequest& request)
                                   " is missing: cel edit FILE.cel TRACK[,TRACK...] " +
                                   operation.name);
     Edit edit(operation, request);
+    requireReadTracks(edit.opened(), request.file);
     edit.run();
     // A file that would become what it is stays untouched, its time too.
     const bool saves =

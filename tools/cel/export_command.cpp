@@ -45,8 +45,8 @@ std::string describeExport(const ExportOptions& options, const OpenedCut& opened
         describeLosses(written.losses, std::string("did not fit into ") + describe(written.kind));
     if (refused)
         return report + "Nothing was written (--strict).\n";
-    return report + "Wrote " + counted(static_cast<long long>(opened.cut.tracks.size()), "track") +
-           " to " + printable(options.files.back()) + ".\n";
+    return report + "Wrote " + counted(static_cast<long long>(written.tracks), "track") + " to " +
+           printable(options.files.back()) + ".\n";
 }
 
 std::string reportAsJson(const ExportOptions& options, const OpenedCut& opened,
@@ -58,11 +58,21 @@ std::string reportAsJson(const ExportOptions& options, const OpenedCut& opened,
         report.setNull("output");
     else
         report.set("output", options.files.back());
-    report.set("tracks", opened.cut.tracks.size())
+    report.set("tracks", written.tracks)
         .set("damage", opened.findings.size())
         .set("inputLosses", lossesAsJson(opened.losses))
         .set("losses", lossesAsJson(written.losses));
     return report.text();
+}
+
+/// A file that is written over itself may not lose what it holds and the result does not.
+void refuseOverInput(const OpenedCut& opened, const std::string& path, bool namesTracks)
+{
+    if (namesTracks)
+        throw Failure(kUsage, path + " would keep the named tracks alone; give the result another "
+                                     "name");
+    if (!opened.findings.empty())
+        throw Failure(kUnwritable, path + kStaysDamaged);
 }
 
 int runExport(const ExportOptions& options)
@@ -77,14 +87,13 @@ int runExport(const ExportOptions& options)
         throw Failure(kUsage, "--standard is for a text edit list (OUT.txt)");
 
     OpenedCut opened = openCut(input);
+    requireReadTracks(opened, input);
+    if (samePath(input, output))
+        refuseOverInput(opened, output, options.files.size() > 2);
     std::vector<Kt::Ptr<Cel>> tracks;
     const std::vector<std::string> names(options.files.begin() + 1, options.files.end() - 1);
-    for (const std::size_t i : chosenTracks(opened.cut, names)) {
-        // Where all tracks are meant, a subtitle file means those that it can hold.
-        const bool isSubtitles = kindOf(*opened.cut.tracks[i]) == kSubtitleCookie;
-        if (isSubtitles || !names.empty() || !holdsSubtitles(kind))
-            tracks.push_back(opened.cut.tracks[i]);
-    }
+    for (const std::size_t i : chosenTracks(opened.cut, names))
+        tracks.push_back(opened.cut.tracks[i]);
     opened.cut.tracks = std::move(tracks);
 
     std::optional<Kt::Ed2Support::TVStd> standard;

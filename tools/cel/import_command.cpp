@@ -1,5 +1,6 @@
 #include "interchange/cut_levels.h"
 #include "interchange/subtitle_tracks.h"
+#include "platform/support/utf8.h"
 #include "tools/cel/command_line.h"
 #include "tools/cel/commands.h"
 #include "tools/cel/cut_files.h"
@@ -11,7 +12,9 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
+#include <system_error>
 
 namespace cel::tool {
 
@@ -131,6 +134,7 @@ int runImportInto(const ImportOptions& options)
     if (!options.rate.empty())
         throw Failure(kUsage, "--rate is not for --into: subtitles go on the frames of the cut");
     OpenedCut opened = openCut(options.into);
+    requireReadTracks(opened, options.into);
     if (!holdsEverything(options.output.empty() ? opened.kind : kindOfName(output)))
         throw Failure(kUsage, output + kWrongResult);
     OpenedSubtitles subtitles = openSubtitles(options.input);
@@ -172,6 +176,29 @@ int runImportInto(const ImportOptions& options)
     return refused ? kFindings : kFine;
 }
 
+/// A cut that is there already is rarely to give way to subtitles: they were to go beside it.
+void refuseOverCut(const ImportOptions& options)
+{
+    const std::string& path = options.output;
+    std::error_code fault;
+    if (!std::filesystem::is_regular_file(utf8ToPath(path), fault))
+        return;
+    std::string tracks;
+    try {
+        const OpenedCut old = openCut(path);
+        if (!holdsEverything(old.kind))
+            return;
+        for (std::size_t i = 0; i < old.cut.tracks.size(); ++i)
+            if (kindOf(*old.cut.tracks[i]) != kSubtitleCookie)
+                tracks += (tracks.empty() ? "" : ", ") + nameOfTrack(old.cut, i);
+    } catch (const Failure&) {
+        return; // what is no cut is replaced, as every other import would
+    }
+    if (!tracks.empty())
+        throw Failure(kUnwritable, path + " is a cut with the tracks " + tracks + "; --into " +
+                                       path + " adds the subtitles to it, --force replaces it");
+}
+
 int runImport(const ImportOptions& options)
 {
     if (!options.into.empty())
@@ -184,6 +211,11 @@ int runImport(const ImportOptions& options)
     if (!holdsEverything(kind))
         throw Failure(kUsage, options.output + kWrongResult);
     OpenedCut opened = openCut(options.input, rateOf(options));
+    requireReadTracks(opened, options.input);
+    if (!opened.findings.empty() && samePath(options.input, options.output))
+        throw Failure(kUnwritable, options.output + kStaysDamaged);
+    if (holdsSubtitles(opened.kind) && !options.force)
+        refuseOverCut(options);
     for (const Kt::Ptr<Cel>& track : opened.cut.tracks)
         if (kindOf(*track) == kAudioCookie && !levelsOf(opened.cut, *track).valid())
             setLevels(opened.cut, *track, flatLevels(*track));
@@ -233,7 +265,8 @@ void addImportCommand(CLI::App& program, int& exitCode)
                    "With --into: add this to all times of the subtitles, seconds or timecode");
     command.flag("--strict", options->strict,
                  "Write nothing when something cannot be carried over (exit code 1)");
-    command.flag("--force", options->force, "Write tracks that the form would damage");
+    command.flag("--force", options->force,
+                 "Write tracks that the form would damage; let subtitles take the place of a cut");
     command.flag("--json", options->json, "Print what arrived as JSON");
     command.footer("Examples:\n  cel import cut.edl cut.cel --rate 25\n"
                    "  cel import cut.srt --into cut.cel");

@@ -43,8 +43,10 @@ struct LevelsRequest
 };
 
 /// The track of the request, which must be one of sound.
-std::size_t trackOf(const LevelsRequest& request, const Cut& cut)
+std::size_t trackOf(const LevelsRequest& request, const OpenedCut& opened)
 {
+    requireReadTracks(opened, request.file);
+    const Cut& cut = opened.cut;
     const std::size_t track = chosenTracks(cut, {request.track}).front();
     if (kindOf(*cut.tracks[track]) != kAudioCookie)
         throw Failure(kUsage, nameOfTrack(cut, track) + " is " +
@@ -113,7 +115,7 @@ int runShow(const LevelsRequest& request)
 {
     requireNames(request, "show");
     const OpenedCut opened = openCut(request.file);
-    const ShownLevels shown = shownLevels(opened.cut, trackOf(request, opened.cut), request.range);
+    const ShownLevels shown = shownLevels(opened.cut, trackOf(request, opened), request.range);
     if (!request.svg.empty())
         saveSvg(request, shown);
     std::string text = request.json ? levelsAsJson(shown).text()
@@ -133,7 +135,7 @@ public:
         : request_(request)
         , opened_(openCut(request.file))
         , cut_(opened_.cut)
-        , track_(trackOf(request, cut_))
+        , track_(trackOf(request, opened_))
     {
         if (!holdsEverything(opened_.kind))
             throw Failure(kUsage, request.file + " is " + describe(opened_.kind) +

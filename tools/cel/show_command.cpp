@@ -76,8 +76,10 @@ Json sectionAsJson(const Cut& cut, const ListedSection& section)
     return json;
 }
 
-Json cutAsJson(const Cut& cut, const std::vector<std::size_t>& tracks, const TimeRange& stretch)
+Json cutAsJson(const OpenedCut& opened, const std::vector<std::size_t>& tracks,
+               const TimeRange& stretch)
 {
+    const Cut& cut = opened.cut;
     Json list = Json::array();
     for (const std::size_t track : tracks) {
         Json sections = Json::array();
@@ -95,6 +97,7 @@ Json cutAsJson(const Cut& cut, const std::vector<std::size_t>& tracks, const Tim
         .set("rate", describe(cut.rate))
         .set("start", recordTimecode(cut, 0))
         .set("seconds", cut.duration())
+        .set("damage", opened.findings.size())
         .set("tracks", std::move(list));
     return json;
 }
@@ -137,6 +140,8 @@ int runShow(const ShowOptions& options)
 {
     const OpenedCut opened = openCut(options.file);
     const Cut& cut = opened.cut;
+    if (!options.tracks.empty())
+        requireReadTracks(opened, options.file);
     const std::vector<std::size_t> tracks =
         options.tracks.empty() ? tracksFromTop(cut) : chosenTracks(cut, options.tracks);
     const TimeRange stretch = stretchOf(options, cut, tracks);
@@ -146,7 +151,7 @@ int runShow(const ShowOptions& options)
 
     std::string text;
     if (options.json) {
-        text = cutAsJson(cut, tracks, stretch).text();
+        text = cutAsJson(opened, tracks, stretch).text();
     } else {
         const std::string title = cut.title.empty() ? options.file : cut.title;
         text = printable(title) + ", " + describeRate(cut.rate) + ", " +
@@ -156,9 +161,10 @@ int runShow(const ShowOptions& options)
                               : pictureOf(cut, tracks, stretch, terminal));
     }
     std::fputs(text.c_str(), stdout);
-    if (!opened.findings.empty())
-        std::fputs(damageNotice(printable(options.file)).c_str(), stderr);
-    return kFine;
+    if (opened.findings.empty())
+        return kFine;
+    std::fputs(damageNotice(printable(options.file)).c_str(), stderr);
+    return kFindings;
 }
 
 } // namespace

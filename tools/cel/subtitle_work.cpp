@@ -14,6 +14,7 @@ SubtitleWork::SubtitleWork(const SubtitleOptions& options)
     : options_(options)
     , opened_(openCut(options.file))
 {
+    requireReadTracks(opened_, options.file);
     const std::size_t index = chosenTracks(opened_.cut, {options.track}).front();
     name_ = nameOfTrack(opened_.cut, index);
     cel_ = opened_.cut.tracks[index];
