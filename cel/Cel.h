@@ -63,7 +63,7 @@ class CEL_API Cel : public Taggable
 {
 public:
     using IdMap = std::map<IdStamp, IdStamp>;
-    using Range = NumRange<double, Ordered>;
+    using Range = NumRange<double, Ordered>; ///< seconds; ends given in reverse are swapped
 
     /// An empty track. @param capacity    events for which room is made; negative counts as 0.
     /// @param resolution  frame duration, see `set_resolution`.
@@ -142,7 +142,8 @@ public:
     ce_handle insertEventPair(int index, const Cookie& material, double stripStart, double duration,
                               double editStart);
 
-    /// The same at the end of the track.
+    /// The same at the end of the track; the material's kind is not looked at. Where the handle is
+    /// not valid and the track has grown, `removeEventPair` takes the refused pair out.
     ce_handle appendEventPair(const Cookie& material, double stripStart, double duration,
                               double editStart);
 
@@ -202,9 +203,11 @@ public:
     CookieType get_cookie_type(const ce_handle& h) const;
 
     /// Level at the edit time `t`, on the straight line from the section's in point to its out
-    /// point; the event's own level for `t` = 2e81 or its own time; 0 outside its section.
+    /// point; the event's own level for `t` = 2e81 or its own time; 0 outside its section. A level
+    /// is a position on the gain curve: 1 is unity, 0 silence.
     float get_strip_level(const ce_handle& h, double t = cel::kUnsetTime) const;
     void set_strip_level(const ce_handle& h, float level);
+    /// Seconds of material that play in a second, backwards when negative; 99999 when never set.
     float get_strip_velocity(const ce_handle& h) const;
     void set_strip_velocity(const ce_handle& h, float velocity);
 
@@ -212,6 +215,8 @@ public:
     int get_dmod_code(const ce_handle& h) const;
     void set_dmod_code(const ce_handle& h, int modifier);
 
+    /// Length of the event's audio ramp, 0 to 16383 quarter frames, and its shape, 0 to 3; what is
+    /// more is clamped.
     unsigned audioRamp_DurationQFrames(const ce_handle& h) const;
     void set_audioRamp_DurationQFrames(const ce_handle& h, unsigned quarterFrames);
     Aud::GainCurve::eCurveType audioRamp_CurveType(const ce_handle& h) const;
@@ -280,8 +285,9 @@ public:
     void deselect_all_trims();
 
     /// Ripple trim of the section of `h` by `d` seconds; `h` moves to its in point. With
-    /// `trim_start` the section grows at its head, else at its tail; all that follows moves by `d`.
-    /// `trim` leaves the section at least one frame, `trimRaw` does not look.
+    /// `trim_start` the section grows at its head, with every other type at its tail; all that
+    /// follows moves by `d`. Black is fed in by selections and `do_trim`. `trim` leaves the section
+    /// at least one frame, `trimRaw` does not look.
     /// @return the seconds applied; 0 for an amount that is not finite.
     /// @throws Kt::Exception::RuntimeError "Cel::trim: ceh invalid". O(events from there on).
     double trim(ce_handle& h, double d, trim_type type);
@@ -315,10 +321,12 @@ public:
     /// later by |at| as well; past the end the way there is filled with black.
     /// @param idMap  identifiers that the copies of the source's effect objects get.
     /// Linear in the events from `at` on and those inserted; in all events when `at` lies in a
-    /// hole or the track is its own source. The source may be the track itself.
+    /// hole or the track is its own source. The source may be the track itself. Nothing happens for
+    /// an `at` or a range that is not finite or that no track can hold (1e12 s).
     void insert(const Cel* source, const Range& range, double at, const IdMap& idMap);
 
-    /// Overwrites the stretch from `at` that is as long as `range` with the source's material.
+    /// Overwrites the stretch from `at` that is as long as `range` with the source's material; past
+    /// the end of the track the rest of it is appended.
     /// Flags of 0 keep an effect on the section when material of the same length takes its place.
     void replace(const Cel* source, const Range& range, double at, const IdMap& idMap,
                  Editable::ReplaceFlags flags);
@@ -335,7 +343,8 @@ public:
     };
 
     /// The stretch between two edit times, at its own times. Never null; empty for an empty track
-    /// and a stretch of no length.
+    /// and a stretch of no length. A start in front of the track is taken to its start, one in a
+    /// hole to the next section. Kept: one behind the track's end takes the whole track.
     /// @throws Kt::Exception::RuntimeError "Cel::extract: internal error" when no section lies at
     /// the start; Kt::Exception::Base when none lies before the end. O(log n + result).
     Kt::Ptr<Cel> extract(double start, double end, unsigned flags) const;
@@ -344,13 +353,16 @@ public:
     /// section after it comes with no length.
     Kt::Ptr<Cel> extract2(double start, double end, unsigned before, unsigned after) const;
 
-    /// Every event, checked as `addEvent` checks. Channel information is not copied.
+    /// Every event, checked as `addEvent` checks. Channel information is not copied. One pass, as
+    /// all that follows here.
     Kt::Ptr<Cel> copy() const;
 
-    /// This track and then `other`, unchanged and unchecked: other must begin where this ends.
+    /// This track and then `other`, unchanged and unchecked: other must begin where this ends. A
+    /// copy of this track without another.
     Kt::Ptr<Cel> appendCel(const Kt::Ptr<Cel>& other) const;
 
-    /// Both tracks' events in one, each where it is; null when events of both lie at the same time.
+    /// Both tracks' events in one, each where it is; null when events of both lie at the same time,
+    /// a copy of this track without another.
     Kt::Ptr<Cel> overlay(const Kt::Ptr<Cel>& other, bool copyTheirObjects) const;
 
     enum BlackEnds : int { kBlackAtStart = 1, kBlackAtEnd = 2 };
@@ -374,11 +386,14 @@ public:
 
     // ---- changing the whole track ------------------------------------------------------------
 
-    /// Moves every event by `offset` seconds. Kept: the track does not become dirty.
+    /// Moves every event by `offset` seconds, wherever that is; nothing when it is not finite.
+    /// Kept: the track does not become dirty. One pass.
     void slide(double offset);
 
-    /// Adds the events of `other` behind this track, moved by this track's length and `offset`.
-    /// @throws Kt::Exception::RuntimeError "Cel::join: offset must be greater than zero".
+    /// Adds the events of `other`, which may be the track itself, behind this track, moved by this
+    /// track's length and `offset`, which leaves a hole; no track adds nothing.
+    /// @throws Kt::Exception::RuntimeError "Cel::join: offset must be greater than zero" for one
+    /// below 0. One pass over the added events.
     void weld(Cel* other, double offset);
 
     /// Moves every event, or the last one, to the nearest frame; strip times stay. No check is
@@ -544,7 +559,8 @@ public:
     /// The black that fills this track: for sound if the track's first event is, else for picture.
     virtual Cookie getBlackCookie() const;
 
-    /// Whether the track can hold material of a type.
+    /// Whether the track can hold material of a type; insertions put black in place of other
+    /// material. A plain track holds all.
     virtual bool canReferTo(CookieType type) const;
 
 protected:

@@ -23,11 +23,11 @@ enum ce_info : std::uint32_t {
 
 /// How an event is selected for trimming.
 enum trim_type : std::uint32_t {
-    trim_none = 0,
-    trim_start = 1,
-    trim_end = 2,
-    trim_black = 3,
-    trim_roll_black = 4,
+    trim_none = 0,       ///< it is not
+    trim_start = 1,      ///< the head of its section: later events move
+    trim_end = 2,        ///< the tail of its section: later events move
+    trim_black = 3,      ///< black in front of its section, which moves with what follows
+    trim_roll_black = 4, ///< black over the head of its section: nothing else moves
 };
 
 /// Speed changes that can be applied to both times of an event; a bit set.

@@ -20,7 +20,7 @@ namespace cel {
 struct Cut
 {
     std::string title;
-    FrameRate rate;
+    FrameRate rate; ///< 25 frames a second unless set; those of its tracks are their own
     std::int64_t startFrame = 0;
     MaterialTable materials;
     std::vector<Kt::Ptr<Cel>> tracks;

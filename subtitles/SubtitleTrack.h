@@ -125,7 +125,7 @@ public:
     /// Lays a subtitle over whatever the track has from its start to its end.
     /// Kept: one of no length cuts the track and takes the rest of the section that it cuts; one
     /// that the track cannot begin at its start (off the frames, past the end) leaves black without
-    /// a text.
+    /// a text. Nothing happens when it ends before it starts or where no track can reach.
     void add(const RangedElement& element);
 
     /// Replaces everything by these elements, which are sorted and do not overlap, and black.

@@ -60,7 +60,7 @@ public:
     /// no other thread sees.
     Store& getNodeStore();
 
-    /// Puts a node in as `Store::insert` does. Takes no lock.
+    /// Puts a node in as `Store::insert` does, whatever its level. Takes no lock.
     Store::iterator insertNode(const Store::Node& node);
 
     /// Level at `t`; 1 without a node. Takes the lock, O(log n).

@@ -36,8 +36,8 @@ protected:
 /// others see. The kinds of tracks derive from it and offer `clone()` for a track of one's own.
 ///
 /// A handle may have a track without a list, and, if it was made so, no track at all. Then edits
-/// change nothing, queries answer that there is nothing, and `valid()` is false; only through `->`
-/// one must not call.
+/// change nothing, queries answer that there is nothing, and `valid()` is false; `->` must
+/// not be used then.
 ///
 /// Counts are atomic, so handles on one track may live in different threads. Edits take no lock: a
 /// track is edited by one thread at a time.
