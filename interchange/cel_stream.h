@@ -44,7 +44,7 @@ enum class SaveGuard {
 };
 
 /// Saves a cut safely: audit, file aside, flush, read back, replace. On a failure the old file is
-/// as it was, tracks that were dirty still are, and `error` says what failed and why.
+/// as it was, every track counts as changed, and `error` says what failed and why.
 /// @return whether the cut is on the disk.
 bool saveCut(const Cut& cut, const std::filesystem::path& path, SaveGuard guard,
              std::string& error);
