@@ -137,8 +137,8 @@ int Cel::Widening::blackInFront(int from, int shot) const
     int first = shot;
     while (first > from) {
         const int in = cel::detail::matchingIn(events_, first - 1);
-        if (in < from || eventAt(events_, first - 1).info() != out_point ||
-            !isBlackSection(in, first))
+        if (in < from || !isBlackSection(in, first) ||
+            cel::detail::matchingOut(events_, in) != first - 1)
             break;
         first = in;
     }
