@@ -7,7 +7,8 @@
 
 namespace cel {
 
-/// What an import or export could not carry over, entry by entry, in the order of the source.
+/// What an import or export could not carry over, entry by entry, mostly in the order of the
+/// source.
 class LossLedger
 {
 public:
@@ -26,6 +27,9 @@ public:
 
     /// Appends the entries of another ledger.
     void append(const LossLedger& other);
+
+    /// Brings the entries into the order of their lines; those of one line stay as they stand.
+    void sortByLine();
 
 private:
     std::vector<Entry> entries_;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <utility>
 #include <vector>
 
 namespace cel {
@@ -208,17 +209,6 @@ std::optional<std::int64_t> earliestRecord(const edl::EditList& list)
     return earliest;
 }
 
-LossLedger inLineOrder(const LossLedger& losses)
-{
-    std::vector<LossLedger::Entry> entries = losses.entries();
-    std::stable_sort(entries.begin(), entries.end(),
-                     [](const auto& a, const auto& b) { return a.line < b.line; });
-    LossLedger sorted;
-    for (const LossLedger::Entry& entry : entries)
-        sorted.add(entry.line, entry.kind, entry.text);
-    return sorted;
-}
-
 std::string firstReason(const LossLedger& losses)
 {
     for (const LossLedger::Entry& entry : losses.entries())
@@ -258,15 +248,16 @@ std::optional<EdlImport> importEdl(std::string_view text, std::optional<FrameRat
     edl::settleTransitions(list, losses);
     const auto start = earliestRecord(list);
     if (!start) {
-        error =
-            "nothing in the edit list can be read as an event; " + firstReason(inLineOrder(losses));
+        losses.sortByLine();
+        error = "nothing in the edit list can be read as an event; " + firstReason(losses);
         return std::nullopt;
     }
     result.cut.startFrame = *start;
     edl::attachSpeeds(list, losses);
     edl::compareDurations(list, result.cut.rate, losses);
     CutBuilder(result.cut, losses).build(list);
-    result.losses = inLineOrder(losses);
+    losses.sortByLine();
+    result.losses = std::move(losses);
     return result;
 }
 

@@ -73,6 +73,7 @@ public:
                                "a text edit list names its material by numbers alone; clip names, "
                                "reels and source files are not in it");
         result_.losses.append(losses_);
+        result_.losses.sortByLine();
     }
 
 private:

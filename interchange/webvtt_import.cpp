@@ -191,6 +191,7 @@ std::optional<SubtitleImport> readWebVtt(std::string_view bytes, std::string& er
     result.file.encoding = decoded.encoding;
     LossLedger losses = lossesOfDecoding(decoded);
     losses.append(result.losses);
+    losses.sortByLine();
     result.losses = std::move(losses);
     return result;
 }
