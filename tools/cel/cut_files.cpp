@@ -96,6 +96,11 @@ OpenedCut openEditList(const std::string& path, std::string_view text,
     if (text.size() > TextFile::kLargestBytes)
         failReading(path, "larger than 64 MiB, which no edit list is");
     std::optional<EdlImport> import = importEdl(text, rate, error);
+    // Text of no other kind is taken for a list; only its name says that it was to be one.
+    if (!import && kindOfName(path) != FileKind::editList)
+        throw Failure(kUnreadable, path + " holds nothing that cel reads: track streams (.cel), "
+                                          "stores (.celdb), edit lists (.edl, .txt), subtitles "
+                                          "(.srt, .vtt)");
     if (!import)
         failReading(path, error);
     return {FileKind::editList,
@@ -127,6 +132,7 @@ OpenedCut openSubtitleCut(const std::string& path, FileKind kind, std::string_vi
     opened.losses = std::move(import.losses);
     const Kt::Ptr<Cel> track = opened.cut.addTrack(kSubtitleCookie);
     opened.losses.append(laySubtitles(std::move(import.file), opened.cut.rate, *track));
+    opened.losses.sortByLine();
     return opened;
 }
 
@@ -137,7 +143,7 @@ OpenedCut openTextList(const std::string& path)
         failReading(path, "a text edit list cannot be read from a pipe");
     TextFile file(pathToWide(path), true);
     if (!file.loaded())
-        failReading(path, file.error());
+        throw Failure(kUnreadable, file.error());
     std::optional<TextListImport> import = importTextList(file, error);
     if (!import)
         failReading(path, error);
@@ -156,10 +162,12 @@ OpenedCut openCut(const std::string& path, const std::optional<FrameRate>& rate,
     const std::string content = readBytes(path);
     const std::string_view head = std::string_view(content).substr(0, kHeadBytes);
     const FileKind kind = kindOfContent(head, kindOfName(path));
-    if (kind == FileKind::editList)
-        return openEditList(path, content, rate);
     if (holdsSubtitles(kind))
         return openSubtitleCut(path, kind, content, rate);
+    if (content.empty())
+        throw Failure(kUnreadable, path + " is empty");
+    if (kind == FileKind::editList)
+        return openEditList(path, content, rate);
     if (rate)
         throw Failure(kUsage, path + ": --rate is for edit lists and subtitles; " + describe(kind) +
                                   " has a frame rate of its own");

@@ -11,6 +11,7 @@
 #include "tools/cel/text.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
@@ -117,6 +118,9 @@ Zero zeroOf(const ImportOptions& options, const Cut& cut, const SubtitleCues& fi
 {
     if (!options.offset.empty()) {
         const double by = lengthOf("--offset", options.offset, cut.rate);
+        if (!(std::fabs(by) <= kLongestCut))
+            throw Failure(kUsage, "--offset " + printable(options.offset) + " is more than " +
+                                      describeLength(cut.rate, kLongestCut));
         return {by, "moved by " + describeLength(cut.rate, by)};
     }
     double first = kEndlessTime;
@@ -128,52 +132,94 @@ Zero zeroOf(const ImportOptions& options, const Cut& cut, const SubtitleCues& fi
     return {0.0, "counted from the start of the cut"};
 }
 
+/// Subtitles on their new track, and where they go.
+struct SubtitleArrival
+{
+    FileKind kind = FileKind::subRip;
+    std::string output;
+    std::string track;
+    std::size_t count = 0;
+    std::size_t behindEnd = 0; ///< of those, how many start behind the end of the other tracks
+    std::string endOfCut;
+    Zero zero;
+    LossLedger losses;
+    std::size_t damage = 0; ///< of the cut that they come to
+    bool saved = false;
+};
+
+Json arrivalAsJson(const ImportOptions& options, const SubtitleArrival& arrival)
+{
+    Json json = Json::object();
+    json.set("input", options.input).set("into", options.into);
+    if (arrival.saved)
+        json.set("output", arrival.output);
+    else
+        json.setNull("output");
+    json.set("track", arrival.track)
+        .set("subtitles", arrival.count)
+        .set("behindEnd", arrival.behindEnd)
+        .set("offset", arrival.zero.shift)
+        .set("damage", arrival.damage)
+        .set("losses", lossesAsJson(arrival.losses));
+    return json;
+}
+
+std::string describeArrival(const ImportOptions& options, const SubtitleArrival& arrival)
+{
+    std::string text = printable(options.input) + ", " + describe(arrival.kind) + ", arrived as " +
+                       arrival.track + " of " + printable(options.into) + ":\n  " +
+                       counted(static_cast<long long>(arrival.count), "subtitle") + ", times " +
+                       arrival.zero.reason + "\n";
+    if (arrival.behindEnd > 0)
+        text += "  behind the end of the cut, " + arrival.endOfCut + ": " +
+                (arrival.behindEnd == arrival.count ? "all" : std::to_string(arrival.behindEnd)) +
+                " of them\n";
+    text += describeLosses(arrival.losses, "could not be carried over");
+    if (arrival.damage > 0)
+        text += damageNotice(printable(options.into));
+    if (arrival.saved)
+        return text + "Saved " + printable(arrival.output) + ".\n";
+    return text + "Nothing was written" +
+           (arrival.count == 0 ? ": there is no subtitle to add.\n" : " (--strict).\n");
+}
+
 int runImportInto(const ImportOptions& options)
 {
-    const std::string& output = options.output.empty() ? options.into : options.output;
+    SubtitleArrival arrival;
+    arrival.output = options.output.empty() ? options.into : options.output;
     if (!options.rate.empty())
         throw Failure(kUsage, "--rate is not for --into: subtitles go on the frames of the cut");
     OpenedCut opened = openCut(options.into);
     requireReadTracks(opened, options.into);
-    if (!holdsEverything(options.output.empty() ? opened.kind : kindOfName(output)))
-        throw Failure(kUsage, output + kWrongResult);
+    if (!holdsEverything(options.output.empty() ? opened.kind : kindOfName(arrival.output)))
+        throw Failure(kUsage, arrival.output + kWrongResult);
     OpenedSubtitles subtitles = openSubtitles(options.input);
     Cut& cut = opened.cut;
-    const Zero zero = zeroOf(options, cut, subtitles.import.file);
     const double length = cut.duration();
-    Cel& track = *cut.addTrack(kSubtitleCookie);
-    LossLedger losses = std::move(subtitles.import.losses);
-    losses.append(
-        laySubtitles(std::move(subtitles.import.file), cut.rate, track, zero.shift, length));
-    const bool refused = options.strict && !losses.empty();
-    if (!refused)
-        losses.append(saveCutBack(opened, cut, options.into, output,
-                                  options.force ? SaveGuard::force : SaveGuard::refuse));
+    arrival.kind = subtitles.kind;
+    arrival.damage = opened.findings.size();
+    arrival.endOfCut = recordTimecode(cut, length);
+    arrival.zero = zeroOf(options, cut, subtitles.import.file);
 
-    const std::string name = nameOfTrack(cut, cut.tracks.size() - 1);
-    const auto count = subtitlesOf(track).size();
-    if (options.json) {
-        Json json = Json::object();
-        json.set("input", options.input).set("into", options.into);
-        if (refused)
-            json.setNull("output");
-        else
-            json.set("output", output);
-        json.set("track", name)
-            .set("subtitles", count)
-            .set("offset", zero.shift)
-            .set("losses", lossesAsJson(losses));
-        std::fputs(json.text().c_str(), stdout);
-        return refused ? kFindings : kFine;
+    Cel& track = *cut.addTrack(kSubtitleCookie);
+    arrival.track = nameOfTrack(cut, cut.tracks.size() - 1);
+    arrival.losses = std::move(subtitles.import.losses);
+    arrival.losses.append(laySubtitles(std::move(subtitles.import.file), cut.rate, track,
+                                       arrival.zero.shift, length));
+    arrival.losses.sortByLine();
+    for (const PlacedSubtitle& subtitle : subtitlesOf(track)) {
+        ++arrival.count;
+        arrival.behindEnd += length > 0.0 && subtitle.start >= length - kTimeEpsilon;
     }
-    const std::string report =
-        printable(options.input) + ", " + describe(subtitles.kind) + ", arrived as " + name +
-        " of " + printable(options.into) + ":\n  " +
-        counted(static_cast<long long>(count), "subtitle") + ", times " + zero.reason + "\n" +
-        describeLosses(losses, "could not be carried over") +
-        (refused ? "Nothing was written (--strict).\n" : "Saved " + printable(output) + ".\n");
-    std::fputs(report.c_str(), stdout);
-    return refused ? kFindings : kFine;
+    arrival.saved = arrival.count > 0 && !(options.strict && !arrival.losses.empty());
+    if (arrival.saved)
+        arrival.losses.append(saveCutBack(opened, cut, options.into, arrival.output,
+                                          options.force ? SaveGuard::force : SaveGuard::refuse));
+    std::fputs(
+        (options.json ? arrivalAsJson(options, arrival).text() : describeArrival(options, arrival))
+            .c_str(),
+        stdout);
+    return arrival.saved && arrival.damage == 0 ? kFine : kFindings;
 }
 
 /// A cut that is there already is rarely to give way to subtitles: they were to go beside it.
