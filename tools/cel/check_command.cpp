@@ -257,7 +257,7 @@ void addCheckCommand(CLI::App& program, int& exitCode)
     command.flag("--fix", options->fix,
                  "Mend what can be mended without changing what plays, and say what remains");
     command.option("-o,--output", options->output,
-                   "With --fix: save as this .cel file; without it in place");
+                   "With --fix: save as this .cel or .celdb file; without it in place");
     command.flag("--json", options->json, "Print the findings as JSON");
     command.footer(
         listOfInvariants() +

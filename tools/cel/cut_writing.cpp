@@ -10,8 +10,10 @@
 #include "tools/cel/terminal.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 namespace cel::tool {
@@ -23,6 +25,9 @@ bool belongsInStore(const std::string& path)
 {
     if (kindOfName(path) == FileKind::store)
         return true;
+    std::error_code fault; // a pipe would keep whoever opens it waiting
+    if (!std::filesystem::is_regular_file(utf8ToPath(path), fault))
+        return false;
     std::string head(kHeadBytes, '\0');
     std::ifstream file(utf8ToPath(path), std::ios::binary);
     file.read(head.data(), static_cast<std::streamsize>(head.size()));
@@ -115,7 +120,7 @@ void saveWritten(WrittenCut& written, const std::string& path, SaveGuard guard)
         if (!saveCut(*written.cut, utf8ToPath(path), guard, error))
             throw Failure(kUnwritable, error);
     } else if (!written.text.save(pathToWide(utf8ToPath(path)), TextFile::kLineFeed)) {
-        throw Failure(kUnwritable, path + ": " + written.text.error());
+        throw Failure(kUnwritable, written.text.error());
     }
 }
 
@@ -124,6 +129,10 @@ LossLedger saveCutBack(const OpenedCut& opened, const Cut& cut, const std::strin
 {
     if (!opened.findings.empty() && samePath(path, openedPath))
         throw Failure(kUnwritable, path + kStaysDamaged);
+    std::error_code fault;
+    if (samePath(path, openedPath) && !std::filesystem::is_regular_file(utf8ToPath(path), fault))
+        throw Failure(kUsage, path + " is no file that could be saved in place, such as a pipe; "
+                                     "name the result with -o");
     const FileKind kind =
         samePath(path, openedPath) ? opened.kind : kindOfName(path).value_or(FileKind::stream);
     WrittenCut written = writeAs(kind, cut);

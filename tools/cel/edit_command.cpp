@@ -105,13 +105,15 @@ void describeOptions(Command& command, unsigned options, EditRequest& request)
                        "Factor for the levels; from the first to the second when there are two",
                        "FACTOR [FACTOR]", 1, 2);
     if (options & kMakesTrack)
-        command.option("--to", request.to,
-                       "A new file, FILE.cel, or new tracks of this cut, separated by commas");
+        command.option(
+            "--to", request.to,
+            "A new file, .cel or .celdb, or new tracks of this cut, separated by commas");
     if (options & kMakesRolls)
         command.option("--to", request.to,
                        "Names of the new tracks, two for each, separated by commas; V1.A,V1.B "
                        "for V1 without");
-    command.option("-o,--output", request.output, "Save as this .cel file; without it in place");
+    command.option("-o,--output", request.output,
+                   "Save as this .cel or .celdb file; without it in place");
     command.flag("--dry-run", request.dryRun, "Show before and after, and write nothing");
     command.flag("--picture", request.picture, "Show before and after, and save");
     command.option("--width", request.width, "Columns of the pictures", 40, 10000);

@@ -21,6 +21,9 @@ void markAll(TrackEdit& edit, const TimeRange& before)
 std::string slide(TrackEdit& edit)
 {
     const TimeRange before = {edit.start(), edit.end()};
+    if (edit.start() <= kTimeEpsilon && edit.text(0).starts_with('-'))
+        edit.reject(0, "would move " + edit.name() +
+                           " to before the start of the cut, where it begins");
     const double by = edit.length(0, -edit.start(), kLongestCut);
     edit.track().slide(by);
     edit.envelope().move(by);

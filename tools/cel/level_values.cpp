@@ -61,6 +61,8 @@ float levelFrom(const std::string& what, const std::string& text)
 {
     std::string_view digits = text;
     const bool isDecibels = takeUnit(digits);
+    if (isDecibels && digits.starts_with('+') && !digits.starts_with("+-"))
+        digits.remove_prefix(1);
     std::optional<double> level = text == "silent" ? std::optional(0.0) : numberFrom(digits);
     if (level && isDecibels)
         level = std::pow(10.0, *level / 20.0);

@@ -72,11 +72,15 @@ ShownLevels shownLevels(const Cut& cut, std::size_t track, const std::vector<std
             shown.stretch.from = std::min(shown.stretch.from, node.getRawTime());
             shown.stretch.to = std::max(shown.stretch.to, node.getRawTime());
         }
+    const double end = shown.stretch.to;
     if (!range.empty())
         shown.stretch = {positionOf("--range A", range[0], cut),
                          positionOf("--range B", range[1], cut)};
     if (!range.empty() && !(shown.stretch.to > shown.stretch.from + kTimeEpsilon))
         throw Failure(kUsage, "--range must end after it begins");
+    if (!range.empty() && shown.stretch.from > end + kTimeEpsilon)
+        throw Failure(kUsage, "--range A " + printable(range[0]) + " lies behind the end of " +
+                                  nameOfTrack(cut, track) + ", " + describePosition(cut, end));
     // An empty cut has nothing to see, and yet a scale.
     shown.stretch.to = std::max(shown.stretch.to, shown.stretch.from + 1.0);
     return shown;

@@ -7,6 +7,7 @@
 #include "tools/cel/setting.h"
 #include "tools/cel/text.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <utility>
@@ -103,6 +104,20 @@ std::string thin(TrackEdit& edit, EnvelopeEdit& envelope, const LevelsOptions& o
 
 // ---- set, remove, insert ----------------------------------------------------------------------
 
+/// What a node changes besides its own time: all between its neighbours, where there are any.
+TimeRange stretchAround(const TrackEdit& edit, const Store& levels, double at)
+{
+    TimeRange stretch = {std::min(edit.start(), at), std::max(edit.end(), at)};
+    for (const Store::Node& node : levels.nodes()) {
+        const double t = node.getRawTime();
+        if (t < at - kTimeEpsilon)
+            stretch.from = std::max(stretch.from, t);
+        else if (t > at + kTimeEpsilon)
+            stretch.to = std::min(stretch.to, t);
+    }
+    return stretch;
+}
+
 std::string set(TrackEdit& edit, EnvelopeEdit& envelope, const LevelsOptions&,
                 std::optional<Thinning>&)
 {
@@ -119,7 +134,8 @@ std::string set(TrackEdit& edit, EnvelopeEdit& envelope, const LevelsOptions&,
     const double at = edit.placeOnTrack(1);
     envelope.draw(at, level);
     edit.mark({at, at}, {at, at});
-    return "set " + edit.at(at) + " " + words;
+    return "set " + edit.at(at) + " " + words + "; the level changes from " +
+           edit.from(stretchAround(edit, envelope.levels().snapshot(), at));
 }
 
 std::string remove(TrackEdit& edit, EnvelopeEdit& envelope, const LevelsOptions&,
@@ -135,7 +151,7 @@ std::string remove(TrackEdit& edit, EnvelopeEdit& envelope, const LevelsOptions&
 std::string insert(TrackEdit& edit, EnvelopeEdit& envelope, const LevelsOptions&,
                    std::optional<Thinning>&)
 {
-    const double at = edit.place(0, edit.start(), kLongestCut);
+    const double at = edit.placeOnTrack(0);
     const MaterialStretch& material = edit.material();
     const double length = material.length();
     if (material.track)
@@ -162,12 +178,14 @@ const LevelsOperation kOperations[] = {
      "  --within the fewest nodes stay whose lines keep within that many decibels\n"},
     {"set",
      "Sets the level at a time, or from one time to another between guards",
-     {{"LEVEL", "Decibels (-6dB) or a factor (0.5)"},
+     {{"LEVEL", "Decibels (-6dB), a factor (0.5) or silent"},
       {"A", "Where, or from here"},
       {"[B]", "to here"}},
      kTakesNothing,
      "A1 set -6dB 10:00:10:00 10:00:12:12",
-     set},
+     set,
+     "  set LEVEL A    puts a node at A; the level runs to it from the nodes on both sides\n"
+     "  set LEVEL A B  holds the level from A to B alone; what is around them stays\n"},
     {"remove",
      "Takes a stretch of the envelope out; what follows moves up, the track stays",
      {{"A", "From here"}, {"B", "to here"}},

@@ -7,6 +7,9 @@
 /// Times as people give them to a command and as it tells them back.
 namespace cel::tool {
 
+/// Nothing that a command is asked for may last longer or lie later: a hundred hours.
+constexpr double kLongestCut = 360'000.0;
+
 /// Reads a position: seconds, or a timecode as the cut counts.
 /// @param what  names the argument in the complaint.
 /// @return seconds from the start of the cut. @throws Failure `kUsage` for text that is neither.

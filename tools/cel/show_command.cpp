@@ -1,3 +1,4 @@
+#include "interchange/audio_tracks.h"
 #include "tools/cel/command_line.h"
 #include "tools/cel/commands.h"
 #include "tools/cel/cut_files.h"
@@ -44,6 +45,9 @@ TimeRange stretchOf(const ShowOptions& options, const Cut& cut,
         stretch.from = positionOf("--from", options.from, cut);
     if (!options.to.empty())
         stretch.to = positionOf("--to", options.to, cut);
+    if (options.to.empty() && stretch.to < stretch.from)
+        throw Failure(kUsage, "--from " + printable(options.from) + " lies behind the end, " +
+                                  describePosition(cut, stretch.to));
     if (stretch.to < stretch.from)
         throw Failure(kUsage, "the stretch to show ends before it starts");
     return stretch;
@@ -76,6 +80,14 @@ Json sectionAsJson(const Cut& cut, const ListedSection& section)
     return json;
 }
 
+/// Whether a track of sound is not heard; an edit list does not say so.
+bool isSilenced(const OpenedCut& opened, std::size_t track)
+{
+    const Kt::Ptr<Cel>& cel = opened.cut.tracks[track];
+    return holdsEverything(opened.kind) && kindOf(*cel) == kAudioCookie &&
+           !audioTrack(opened.cut, cel).getSoundOutputEnabled();
+}
+
 Json cutAsJson(const OpenedCut& opened, const std::vector<std::size_t>& tracks,
                const TimeRange& stretch)
 {
@@ -88,8 +100,10 @@ Json cutAsJson(const OpenedCut& opened, const std::vector<std::size_t>& tracks,
                 sections.push(sectionAsJson(cut, section));
         Json json = Json::object();
         json.set("name", nameOfTrack(cut, track))
-            .set("kind", describeKind(kindOf(*cut.tracks[track])))
-            .set("sections", std::move(sections));
+            .set("kind", describeKind(kindOf(*cut.tracks[track])));
+        if (kindOf(*cut.tracks[track]) == kAudioCookie && holdsEverything(opened.kind))
+            json.set("sound", !isSilenced(opened, track));
+        json.set("sections", std::move(sections));
         list.push(std::move(json));
     }
     Json json = Json::object();
@@ -102,8 +116,9 @@ Json cutAsJson(const OpenedCut& opened, const std::vector<std::size_t>& tracks,
     return json;
 }
 
-std::string describeTrack(const Cut& cut, std::size_t track)
+std::string describeTrack(const OpenedCut& opened, std::size_t track)
 {
+    const Cut& cut = opened.cut;
     const auto sections = sectionsOf(*cut.tracks[track], cut.materials);
     const auto countOf = [&sections](auto test) {
         return static_cast<long long>(std::count_if(sections.begin(), sections.end(), test));
@@ -114,25 +129,27 @@ std::string describeTrack(const Cut& cut, std::size_t track)
         text += ", " + std::to_string(black) + " black";
     if (const auto speeds = countOf([](const ListedSection& s) { return s.changesSpeed(); }))
         text += ", " + counted(speeds, "speed change");
+    if (isSilenced(opened, track))
+        text += ", sound off";
     return text + "\n";
 }
 
-std::string pictureOf(const Cut& cut, const std::vector<std::size_t>& tracks,
+std::string pictureOf(const OpenedCut& opened, const std::vector<std::size_t>& tracks,
                       const TimeRange& stretch, const Terminal& terminal)
 {
-    std::string text = drawTimeline(cut, tracks, stretch, terminal) + "\n";
+    std::string text = drawTimeline(opened.cut, tracks, stretch, terminal) + "\n";
     for (const std::size_t track : tracks)
-        text += describeTrack(cut, track);
+        text += describeTrack(opened, track);
     return text;
 }
 
-std::string tablesOf(const Cut& cut, const std::vector<std::size_t>& tracks,
+std::string tablesOf(const OpenedCut& opened, const std::vector<std::size_t>& tracks,
                      const TimeRange& stretch)
 {
     std::string text;
     for (const std::size_t track : tracks)
-        text += (text.empty() ? "" : "\n") + describeTrack(cut, track) +
-                sectionTable(cut, track, stretch);
+        text += (text.empty() ? "" : "\n") + describeTrack(opened, track) +
+                sectionTable(opened.cut, track, stretch);
     return text;
 }
 
@@ -157,8 +174,11 @@ int runShow(const ShowOptions& options)
         text = printable(title) + ", " + describeRate(cut.rate) + ", " +
                recordTimecode(cut, stretch.from) + " to " + recordTimecode(cut, stretch.to) + ", " +
                describeDuration(cut, stretch.to - stretch.from) + "\n\n" +
-               (options.table ? tablesOf(cut, tracks, stretch)
-                              : pictureOf(cut, tracks, stretch, terminal));
+               (options.table ? tablesOf(opened, tracks, stretch)
+                              : pictureOf(opened, tracks, stretch, terminal));
+        if (stretch.from > cut.duration() + kTimeEpsilon)
+            text += "Nothing lies there; the cut ends at " + describePosition(cut, cut.duration()) +
+                    ".\n";
     }
     std::fputs(text.c_str(), stdout);
     if (opened.findings.empty())

@@ -4,6 +4,7 @@
 #include "subtitles/SubtitleTrack.h"
 #include "tools/cel/envelope_edit.h"
 #include "tools/cel/listed_sections.h"
+#include "tools/cel/positions.h"
 
 #include <array>
 #include <cstddef>
@@ -13,9 +14,6 @@
 #include <vector>
 
 namespace cel::tool {
-
-/// Nothing that a command is asked for may last longer or lie later: a hundred hours.
-constexpr double kLongestCut = 360'000.0;
 
 /// What was typed behind the name of an operation.
 struct EditTexts
