@@ -20,8 +20,11 @@ void LossLedger::append(const LossLedger& other)
 
 void LossLedger::sortByLine()
 {
-    std::stable_sort(entries_.begin(), entries_.end(),
-                     [](const Entry& a, const Entry& b) { return a.line < b.line; });
+    const auto first = std::find_if(entries_.begin(), entries_.end(),
+                                    [](const Entry& entry) { return entry.line > 0; });
+    // Less one, no line becomes the last of all.
+    std::stable_sort(first, entries_.end(),
+                     [](const Entry& a, const Entry& b) { return a.line - 1 < b.line - 1; });
 }
 
 } // namespace cel

@@ -28,7 +28,8 @@ public:
     /// Appends the entries of another ledger.
     void append(const LossLedger& other);
 
-    /// Brings the entries into the order of their lines; those of one line stay as they stand.
+    /// Brings the entries into the order of their lines; those of one line stay as they stand. Of
+    /// those without a line the ones at the head stay there, the others go to the end.
     void sortByLine();
 
 private:
