@@ -242,7 +242,7 @@ void addFind(Command& above, const Options& options, int& exitCode)
     describeTrack(command, options);
     command.arguments("TEXT", options->words, "What to look for within a line", true);
     command.flag("--json", options->json, "Print them as JSON");
-    command.footer("Example:\n  cel subtitles find cut.cel S1 the tide");
+    command.footer("Example:\n  cel subtitles find cut.cel S1 the next tide");
     command.runs([options] { return runFind(*options); }, exitCode);
 }
 
