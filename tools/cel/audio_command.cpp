@@ -7,7 +7,6 @@
 #include "tools/cel/listed_sections.h"
 #include "tools/cel/text.h"
 
-#include <cstdio>
 #include <memory>
 
 namespace cel::tool {
@@ -104,8 +103,7 @@ int runAudio(const AudioOptions& options)
         saved = save(opened, options);
     }
     const std::string text = describeSwitches(opened.cut, tracks, options.json);
-    std::fputs((options.json ? text : text + saved).c_str(), stdout);
-    return kFine;
+    return answer(options.json ? text : text + saved, opened, options.file);
 }
 
 } // namespace

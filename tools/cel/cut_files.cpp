@@ -6,6 +6,7 @@
 #include "platform/support/utf8.h"
 #include "tools/cel/commands.h"
 #include "tools/cel/listed_sections.h"
+#include "tools/cel/losses.h"
 #include "tools/cel/terminal.h"
 #include "tools/cel/text.h"
 
@@ -182,6 +183,8 @@ OpenedSubtitles openSubtitles(const std::string& path)
     const std::string content = readBytes(path);
     const FileKind kind =
         kindOfContent(std::string_view(content).substr(0, kHeadBytes), kindOfName(path));
+    if (kind == FileKind::editList && kindOfName(path) != FileKind::editList)
+        throw Failure(kUnreadable, path + " is no subtitle file (.srt, .vtt)");
     if (!holdsSubtitles(kind))
         throw Failure(kUnreadable, path + " is " + describe(kind) + " and no subtitle file");
     return {kind, readCues(path, kind, content)};
@@ -201,6 +204,15 @@ void requireReadTracks(const OpenedCut& opened, const std::string& path)
     if (opened.cut.tracks.empty() && !opened.findings.empty())
         failReading(path, "the file is damaged, and none of its tracks can be read; cel check " +
                               path + " says where");
+}
+
+int answer(const std::string& text, const OpenedCut& opened, const std::string& path)
+{
+    std::fputs(text.c_str(), stdout);
+    if (opened.findings.empty())
+        return kFine;
+    std::fputs(damageNotice(printable(path)).c_str(), stderr);
+    return kFindings;
 }
 
 bool samePath(const std::string& a, const std::string& b)

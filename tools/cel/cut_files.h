@@ -90,6 +90,10 @@ LossLedger saveCutBack(const OpenedCut& opened, const Cut& cut, const std::strin
 /// @throws Failure `kUnreadable`.
 void requireReadTracks(const OpenedCut& opened, const std::string& path);
 
+/// Prints what a command answers and, of a damaged file, that it is one.
+/// @return the exit code: `kFindings` for a damaged file.
+int answer(const std::string& text, const OpenedCut& opened, const std::string& path);
+
 /// Whether both name one file.
 bool samePath(const std::string& a, const std::string& b);
 

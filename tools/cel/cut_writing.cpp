@@ -111,6 +111,11 @@ WrittenCut writeAs(FileKind kind, const Cut& cut, std::optional<Kt::Ed2Support::
 void saveWritten(WrittenCut& written, const std::string& path, SaveGuard guard)
 {
     const Progress progress("writing " + path);
+    const std::filesystem::path folder = utf8ToPath(path).parent_path();
+    std::error_code fault;
+    if (!folder.empty() && !std::filesystem::is_directory(folder, fault))
+        throw Failure(kUnwritable,
+                      path + " was not saved: there is no folder " + pathToUtf8(folder));
     std::string error;
     if (written.kind == FileKind::store ||
         (written.kind == FileKind::stream && belongsInStore(path))) {

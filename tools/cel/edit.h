@@ -43,7 +43,6 @@ public:
     const OpenedCut& opened() const { return opened_; }
     const Cut& before() const { return opened_.cut; }
     const std::vector<EditedTrack>& tracks() const { return tracks_; }
-    bool isDamaged() const { return !opened_.findings.empty(); }
     bool changesCut() const;
 
     /// What is to be saved: the edited cut, or with `--to FILE` a cut of what was taken out.

@@ -5,7 +5,6 @@
 #include "tools/cel/losses.h"
 #include "tools/cel/text.h"
 
-#include <cstdio>
 #include <memory>
 
 namespace cel::tool {
@@ -75,11 +74,7 @@ int runEdit(const EditOperation& operation, const EditRequest& request)
                 : saves        ? "Saved " + printable(edit.target()) + ".\n"
                                : "Nothing changed.\n";
     }
-    std::fputs(text.c_str(), stdout);
-    if (!edit.isDamaged())
-        return kFine;
-    std::fputs(damageNotice(printable(request.file)).c_str(), stderr);
-    return kFindings;
+    return answer(text, edit.opened(), request.file);
 }
 
 // ---- the command line -------------------------------------------------------------------------

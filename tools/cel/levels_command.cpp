@@ -8,13 +8,11 @@
 #include "tools/cel/level_values.h"
 #include "tools/cel/levels_operation.h"
 #include "tools/cel/levels_show.h"
-#include "tools/cel/losses.h"
 #include "tools/cel/material_source.h"
 #include "tools/cel/positions.h"
 #include "tools/cel/text.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <memory>
 #include <span>
 #include <utility>
@@ -106,15 +104,6 @@ void saveSvg(const LevelsRequest& request, const ShownLevels& shown)
         throw Failure(kUnwritable, saved.error);
 }
 
-int answer(const LevelsRequest& request, const OpenedCut& opened, const std::string& text)
-{
-    std::fputs(text.c_str(), stdout);
-    if (opened.findings.empty())
-        return kFine;
-    std::fputs(damageNotice(printable(request.file)).c_str(), stderr);
-    return kFindings;
-}
-
 int runShow(const LevelsRequest& request)
 {
     requireNames(request, "show");
@@ -126,7 +115,7 @@ int runShow(const LevelsRequest& request)
                                     : describeLevels(shown, terminalFor(request), request.all);
     if (!request.svg.empty() && !request.json)
         text += "Picture written to " + printable(request.svg) + ".\n";
-    return answer(request, opened, text);
+    return answer(text, opened, request.file);
 }
 
 // ---- operations that change an envelope ---------------------------------------------------------
@@ -271,9 +260,9 @@ int runOperation(const LevelsOperation& operation, const LevelsRequest& request)
         !request.dryRun && (edit.changed() || !samePath(edit.target(), request.file));
     if (saves)
         save(edit, request);
-    return answer(request, edit.opened(),
-                  request.json ? reportAsJson(operation, request, edit, saves).text()
-                               : reportAsText(request, edit, saves));
+    return answer(request.json ? reportAsJson(operation, request, edit, saves).text()
+                               : reportAsText(request, edit, saves),
+                  edit.opened(), request.file);
 }
 
 // ---- the command line -------------------------------------------------------------------------

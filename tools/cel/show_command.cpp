@@ -4,7 +4,6 @@
 #include "tools/cel/cut_files.h"
 #include "tools/cel/json.h"
 #include "tools/cel/listed_sections.h"
-#include "tools/cel/losses.h"
 #include "tools/cel/positions.h"
 #include "tools/cel/section_table.h"
 #include "tools/cel/terminal.h"
@@ -12,7 +11,6 @@
 #include "tools/cel/timeline_drawing.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <memory>
 
 namespace cel::tool {
@@ -180,11 +178,7 @@ int runShow(const ShowOptions& options)
             text += "Nothing lies there; the cut ends at " + describePosition(cut, cut.duration()) +
                     ".\n";
     }
-    std::fputs(text.c_str(), stdout);
-    if (opened.findings.empty())
-        return kFine;
-    std::fputs(damageNotice(printable(options.file)).c_str(), stderr);
-    return kFindings;
+    return answer(text, opened, options.file);
 }
 
 } // namespace

@@ -51,6 +51,9 @@ public:
     /// that cannot hold the cut.
     std::string save();
 
+    /// Prints what was done. @return the exit code.
+    int answer(const std::string& text) const { return tool::answer(text, opened_, options_.file); }
+
 private:
     std::size_t indexOfNumber(const std::string& at) const;
 

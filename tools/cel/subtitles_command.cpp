@@ -11,18 +11,12 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdio>
 #include <map>
 #include <memory>
 
 namespace cel::tool {
 
 namespace {
-
-void print(const std::string& text)
-{
-    std::fputs(text.c_str(), stdout);
-}
 
 // ---- find -------------------------------------------------------------------------------------
 
@@ -58,15 +52,13 @@ int runFind(const SubtitleOptions& options)
         Json list = Json::array();
         for (const std::size_t index : found)
             list.push(work.json(index));
-        print(list.text());
-        return kFine;
+        return work.answer(list.text());
     }
     std::string text = counted(static_cast<long long>(found.size()), "subtitle") + " of " +
                        std::to_string(work.subtitles().size()) + "\n";
     for (const std::size_t index : found)
         text += work.line(index);
-    print(text);
-    return kFine;
+    return work.answer(text);
 }
 
 // ---- set --------------------------------------------------------------------------------------
@@ -88,8 +80,7 @@ int runSet(const SubtitleOptions& options)
     work.set(index, lines, work.subtitles()[index].style);
     report += "is\n" + work.line(index);
     report += work.save();
-    print(options.json ? work.json(index).text() : report);
-    return kFine;
+    return work.answer(options.json ? work.json(index).text() : report);
 }
 
 // ---- styles -----------------------------------------------------------------------------------
@@ -123,8 +114,7 @@ int listStyles(const SubtitleOptions& options)
         text += "  " + padded(describeStyle(style), 12) + "  " + padded(place, 12) + "  " +
                 counted(count, "subtitle") + "\n";
     }
-    print(options.json ? list.text() : text);
-    return kFine;
+    return work.answer(options.json ? list.text() : text);
 }
 
 /// Styles that can be given: those of the registry, and those of the places.
@@ -163,10 +153,9 @@ int runStyle(const SubtitleOptions& options)
         changed.push(work.json(i));
     }
     const std::string saved = work.save();
-    print(options.json ? changed.text()
-                       : counted(static_cast<long long>(last - first), "subtitle") + " in style " +
-                             printable(options.value) + "\n" + saved);
-    return kFine;
+    return work.answer(options.json ? changed.text()
+                                    : counted(static_cast<long long>(last - first), "subtitle") +
+                                          " in style " + printable(options.value) + "\n" + saved);
 }
 
 // ---- font -------------------------------------------------------------------------------------
@@ -197,8 +186,7 @@ int runFont(const SubtitleOptions& options)
     SubtitleWork work(options);
     FontDefinition font = work.track().getFont();
     if (options.value.empty() && options.size.empty()) {
-        print(describeFont(font, options.json));
-        return kFine;
+        return work.answer(describeFont(font, options.json));
     }
     const std::string face = asOneLine(options.value, kLongestTextLine);
     if (face.empty() && !options.value.empty())
@@ -209,8 +197,7 @@ int runFont(const SubtitleOptions& options)
         font.size = sizeOf(options.size);
     work.track().setFont(font);
     const std::string saved = work.save();
-    print(describeFont(font, options.json) + (options.json ? "" : saved));
-    return kFine;
+    return work.answer(describeFont(font, options.json) + (options.json ? "" : saved));
 }
 
 // ---- the command line -------------------------------------------------------------------------
