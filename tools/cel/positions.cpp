@@ -15,12 +15,18 @@ namespace {
 /// Why a text is no time at all, or which rule of timecode it breaks.
 std::string whyNoTime(std::string_view text, const FrameRate& rate, const char* example)
 {
-    if (const auto fields = splitTimecode(text)) {
+    const auto fields = splitTimecode(text);
+    if (fields && text.find_first_of(":;") != std::string_view::npos) {
         if (fields->frames >= rate.timecodeBase())
             return " is no timecode: its frames go from 0 to " +
                    std::to_string(rate.timecodeBase() - 1);
-        return " is a number that drop-frame timecode leaves out, as the first of every minute "
-               "but each tenth";
+        FrameRate counting = rate;
+        counting.dropFrame = true; // or it would be a number
+        TimecodeFields next = *fields;
+        while (next.frames < rate.timecodeBase() && !framesOf(next, counting))
+            ++next.frames;
+        return " is a number that drop-frame timecode leaves out; the next is " +
+               timecodeFromFrames(framesOf(next, counting).value_or(0), counting);
     }
     const auto isMark = [](char c) { return c == ':' || c == ';'; };
     const auto isOfTimecode = [&](char c) { return (c >= '0' && c <= '9') || isMark(c); };
