@@ -171,7 +171,7 @@ private:
             if (length == 0)
                 return "none";
             return std::to_string(length) + " quarter frames, " +
-                   kCurves[static_cast<unsigned>(event.audioRamp_CurveType()) % 4];
+                   kCurves[event.audioRamp_CurveType()];
         };
         const bool none = a.audioRamp_DurationQFrames() == 0 && b.audioRamp_DurationQFrames() == 0;
         if (none || a.audioRampWord() == b.audioRampWord())

@@ -124,11 +124,11 @@ Cel::Widening::Wish Cel::Widening::wishOf(const Section& shot, double before, do
             std::min(after, framesOf(stripEnd, speed * frame, out.level_sc(), step))};
 }
 
-/// Whether a whole section of black begins with an event, and ends in front of `to`.
-bool Cel::Widening::isBlackSection(int in, int to) const
+/// Whether black begins with an event.
+bool Cel::Widening::opensBlack(int index) const
 {
-    return eventAt(events_, in).info() == in_point && eventAt(events_, in).strip_name().isBlack() &&
-           cel::detail::matchingOut(events_, in) < to;
+    const ChannelEvent& event = eventAt(events_, index);
+    return event.info() == in_point && event.strip_name().isBlack();
 }
 
 /// The first event from which on there is nothing but black up to a shot.
@@ -137,8 +137,7 @@ int Cel::Widening::blackInFront(int from, int shot) const
     int first = shot;
     while (first > from) {
         const int in = cel::detail::matchingIn(events_, first - 1);
-        if (in < from || !isBlackSection(in, first) ||
-            cel::detail::matchingOut(events_, in) != first - 1)
+        if (in < from || !opensBlack(in) || cel::detail::matchingOut(events_, in) != first - 1)
             break;
         first = in;
     }
@@ -149,8 +148,12 @@ int Cel::Widening::blackInFront(int from, int shot) const
 int Cel::Widening::blackBehind(int from, int to) const
 {
     int next = from;
-    while (next < to && isBlackSection(next, to))
-        next = cel::detail::matchingOut(events_, next) + 1;
+    while (next < to && opensBlack(next)) {
+        const int out = cel::detail::matchingOut(events_, next);
+        if (out >= to)
+            break;
+        next = out + 1;
+    }
     return next;
 }
 

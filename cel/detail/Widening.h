@@ -62,7 +62,7 @@ private:
     };
 
     Wish wishOf(const cel::detail::Section& shot, double before, double after) const;
-    bool isBlackSection(int in, int to) const;
+    bool opensBlack(int index) const;
     int blackInFront(int from, int shot) const;
     int blackBehind(int from, int to) const;
     double timeAt(int index) const;

@@ -78,17 +78,6 @@ void setSwitches(Cut& cut, std::size_t index, const AudioOptions& options)
     cut.tracks[index]->make_dirty();
 }
 
-/// @return "Saved cut.cel.\n".
-std::string save(const OpenedCut& opened, const AudioOptions& options)
-{
-    const std::string& target = options.output.empty() ? options.file : options.output;
-    if (!holdsEverything(samePath(target, options.file) ? opened.kind : kindOfName(target)))
-        throw Failure(kUsage, target + kWrongResult);
-    saveCutBack(opened, opened.cut, options.file, target,
-                options.force ? SaveGuard::force : SaveGuard::refuse);
-    return "Saved " + printable(target) + ".\n";
-}
-
 int runAudio(const AudioOptions& options)
 {
     OpenedCut opened = openCut(options.file);
@@ -100,7 +89,8 @@ int runAudio(const AudioOptions& options)
     if (options.changes()) {
         for (const std::size_t index : tracks)
             setSwitches(opened.cut, index, options);
-        saved = save(opened, options);
+        saved = saveChanges(opened, options.file, options.output,
+                            options.force ? SaveGuard::force : SaveGuard::refuse);
     }
     const std::string text = describeSwitches(opened.cut, tracks, options.json);
     return answer(options.json ? text : text + saved, opened, options.file);

@@ -94,6 +94,12 @@ void requireReadTracks(const OpenedCut& opened, const std::string& path);
 /// @return the exit code: `kFindings` for a damaged file.
 int answer(const std::string& text, const OpenedCut& opened, const std::string& path);
 
+/// Saves a cut that a command changed, in place when there is no `output`.
+/// @return "Saved cut.cel.\n".
+/// @throws Failure as `saveCutBack`, `kUsage` for a form that cannot hold the cut.
+std::string saveChanges(const OpenedCut& opened, const std::string& openedPath,
+                        const std::string& output, SaveGuard guard);
+
 /// Whether both name one file.
 bool samePath(const std::string& a, const std::string& b);
 

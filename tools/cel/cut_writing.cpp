@@ -8,6 +8,7 @@
 #include "tools/cel/commands.h"
 #include "tools/cel/listed_sections.h"
 #include "tools/cel/terminal.h"
+#include "tools/cel/text.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -132,17 +133,27 @@ void saveWritten(WrittenCut& written, const std::string& path, SaveGuard guard)
 LossLedger saveCutBack(const OpenedCut& opened, const Cut& cut, const std::string& openedPath,
                        const std::string& path, SaveGuard guard)
 {
-    if (!opened.findings.empty() && samePath(path, openedPath))
+    const bool inPlace = samePath(path, openedPath);
+    if (inPlace && !opened.findings.empty())
         throw Failure(kUnwritable, path + kStaysDamaged);
     std::error_code fault;
-    if (samePath(path, openedPath) && !std::filesystem::is_regular_file(utf8ToPath(path), fault))
+    if (inPlace && !std::filesystem::is_regular_file(utf8ToPath(path), fault))
         throw Failure(kUsage, path + " is no file that could be saved in place, such as a pipe; "
                                      "name the result with -o");
-    const FileKind kind =
-        samePath(path, openedPath) ? opened.kind : kindOfName(path).value_or(FileKind::stream);
+    const FileKind kind = inPlace ? opened.kind : kindOfName(path).value_or(FileKind::stream);
     WrittenCut written = writeAs(kind, cut);
     saveWritten(written, path, guard);
     return std::move(written.losses);
+}
+
+std::string saveChanges(const OpenedCut& opened, const std::string& openedPath,
+                        const std::string& output, SaveGuard guard)
+{
+    const std::string& path = output.empty() ? openedPath : output;
+    if (!holdsEverything(samePath(path, openedPath) ? opened.kind : kindOfName(path)))
+        throw Failure(kUsage, path + kWrongResult);
+    saveCutBack(opened, opened.cut, openedPath, path, guard);
+    return "Saved " + printable(path) + ".\n";
 }
 
 } // namespace cel::tool

@@ -4,11 +4,25 @@
 #include "platform/support/object_file.h"
 
 #include <algorithm>
+#include <iterator>
 #include <span>
 
 namespace cel::tool {
 
 namespace {
+
+struct KindOfFile
+{
+    FileKind kind;
+    std::string_view ending; ///< of its name
+    const char* description;
+};
+
+constexpr KindOfFile kKinds[] = {
+    {FileKind::stream, ".cel", "a track stream"}, {FileKind::store, ".celdb", "a store"},
+    {FileKind::editList, ".edl", "an edit list"}, {FileKind::textList, ".txt", "a text edit list"},
+    {FileKind::subRip, ".srt", "a SubRip file"},  {FileKind::webVtt, ".vtt", "a WebVTT file"},
+};
 
 bool hasBlockOfTextList(std::string_view text)
 {
@@ -64,21 +78,9 @@ FileKind kindOfContent(std::string_view head, std::optional<FileKind> kindOfName
 
 const char* describe(FileKind kind)
 {
-    switch (kind) {
-    case FileKind::editList:
-        return "an edit list";
-    case FileKind::textList:
-        return "a text edit list";
-    case FileKind::store:
-        return "a store";
-    case FileKind::subRip:
-        return "a SubRip file";
-    case FileKind::webVtt:
-        return "a WebVTT file";
-    case FileKind::stream:
-        break;
-    }
-    return "a track stream";
+    return std::find_if(std::begin(kKinds), std::end(kKinds),
+                        [kind](const KindOfFile& known) { return known.kind == kind; })
+        ->description;
 }
 
 bool holdsSubtitles(std::optional<FileKind> kind)
@@ -98,18 +100,9 @@ std::optional<FileKind> kindOfName(const std::string& path)
                std::equal(ending.rbegin(), ending.rend(), path.rbegin(),
                           [](char a, char b) { return a == (b >= 'A' && b <= 'Z' ? b + 32 : b); });
     };
-    if (endsIn(".cel"))
-        return FileKind::stream;
-    if (endsIn(".celdb"))
-        return FileKind::store;
-    if (endsIn(".edl"))
-        return FileKind::editList;
-    if (endsIn(".txt"))
-        return FileKind::textList;
-    if (endsIn(".srt"))
-        return FileKind::subRip;
-    if (endsIn(".vtt"))
-        return FileKind::webVtt;
+    for (const KindOfFile& known : kKinds)
+        if (endsIn(known.ending))
+            return known.kind;
     return std::nullopt;
 }
 

@@ -87,13 +87,9 @@ void SubtitleWork::set(std::size_t index, const std::vector<std::string>& lines,
 
 std::string SubtitleWork::save()
 {
-    const std::string& target = options_.output.empty() ? options_.file : options_.output;
-    if (!holdsEverything(samePath(target, options_.file) ? opened_.kind : kindOfName(target)))
-        throw Failure(kUsage, target + kWrongResult);
     cel_->make_dirty();
-    saveCutBack(opened_, opened_.cut, options_.file, target,
-                options_.force ? SaveGuard::force : SaveGuard::refuse);
-    return "Saved " + printable(target) + ".\n";
+    return saveChanges(opened_, options_.file, options_.output,
+                       options_.force ? SaveGuard::force : SaveGuard::refuse);
 }
 
 } // namespace cel::tool
